@@ -1,0 +1,35 @@
+# make run   builds and runs the example network through the scenario runner
+# make test  builds and runs the suite twice: plain, and under ASan + UBSan
+JOBS ?= $(shell nproc)
+BUILD ?= build
+SAN_BUILD ?= build-san
+CMAKE_FLAGS ?=
+
+.PHONY: all deps build build-san run test test-plain test-san clean
+
+all: build
+
+deps:
+	@tools/install-deps
+
+build: deps
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo $(CMAKE_FLAGS) > /dev/null
+	cmake --build $(BUILD) -j $(JOBS)
+
+build-san: deps
+	cmake -S . -B $(SAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DTUNNEL_SANITIZE=ON $(CMAKE_FLAGS) > /dev/null
+	cmake --build $(SAN_BUILD) -j $(JOBS)
+
+run: build
+	$(BUILD)/tools/tunnelsim/tunnelsim examples/network.json --format table
+
+test-plain: build
+	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+
+test-san: build-san
+	ctest --test-dir $(SAN_BUILD) --output-on-failure -j $(JOBS)
+
+test: test-plain test-san
+
+clean:
+	rm -rf $(BUILD) $(SAN_BUILD)

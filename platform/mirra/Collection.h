@@ -1,0 +1,121 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <unordered_map>
+
+#include "platform/mirra/CollectionControl.h"
+#include "platform/vel/Attribute.h"
+#include "platform/vel/Collection.h"
+
+namespace Mirra {
+
+// What a lookup throws when the table's memory is found corrupted.
+class CorruptionError : public std::runtime_error {
+ public:
+   using std::runtime_error::runtime_error;
+};
+
+using CorruptionHandler = std::function< void( const std::string & message ) >;
+
+// A shared keyed table: lookup, iteration, a notification per changed key, a
+// sequence number that advances on every write, an optional collection
+// control, and a corruption handler that readers report to. It lives in
+// process memory; nothing that uses it depends on that.
+template< class K, class V, class Map = std::unordered_map< K, V > >
+class Collection {
+ public:
+   using Key = K;
+   using Value = V;
+
+   // A pointer to the entry, or null when absent. Throws CorruptionError when
+   // the table is corrupted.
+   const V * find( const K & key ) const {
+      checkIntact();
+      return entries_.find( key );
+   }
+   bool has( const K & key ) const { return find( key ) != nullptr; }
+   // A copy of the entry, or a default one when absent or corrupted (which is
+   // reported to the corruption handler).
+   V lookup( const K & key ) const {
+      try {
+         const V * v = find( key );
+         return v ? *v : V{};
+      } catch ( const CorruptionError & e ) {
+         reportCorruption( e.what() );
+         return V{};
+      }
+   }
+
+   void entryIs( const K & key, V value ) {
+      ++sequenceNumber_;
+      entries_.set( key, std::move( value ) );
+   }
+   void entryDel( const K & key ) {
+      if ( entries_.has( key ) ) {
+         ++sequenceNumber_;
+         entries_.del( key );
+      }
+   }
+   void entryDelAll() {
+      if ( !entries_.empty() ) {
+         ++sequenceNumber_;
+         entries_.delAll();
+      }
+   }
+
+   std::size_t size() const noexcept { return entries_.size(); }
+   bool empty() const noexcept { return entries_.empty(); }
+   auto begin() const noexcept { return entries_.begin(); }
+   auto end() const noexcept { return entries_.end(); }
+   const Map & map() const noexcept { return entries_.map(); }
+   template< class F >
+   void forEachKey( F && f ) const {
+      entries_.forEachKey( std::forward< F >( f ) );
+   }
+
+   std::uint64_t sequenceNumber() const noexcept { return sequenceNumber_; }
+
+   [[nodiscard]] Vel::Reactor react( std::function< void( const K & ) > callback ) const {
+      return entries_.react( std::move( callback ) );
+   }
+
+   // The producer's declaration of the table; null until declared.
+   const Vel::Attribute< Vel::Ptr< CollectionControl > > & control() const noexcept {
+      return control_;
+   }
+   void controlIs( Vel::Ptr< CollectionControl > control ) { control_.set( std::move( control ) ); }
+
+   void corruptionHandlerIs( CorruptionHandler handler ) { corruptionHandler_ = std::move( handler ); }
+   void reportCorruption( const std::string & message ) const {
+      ++corruptionReports_;
+      if ( corruptionHandler_ ) {
+         corruptionHandler_( message );
+      }
+   }
+   std::uint64_t corruptionReports() const noexcept { return corruptionReports_; }
+   // Test hook: makes every lookup find the table corrupted.
+   void corruptedIs( bool corrupted ) noexcept { corrupted_ = corrupted; }
+
+ private:
+   void checkIntact() const {
+      if ( corrupted_ ) [[unlikely]] {
+         throw CorruptionError( "Mirra::Collection: corrupted table" );
+      }
+   }
+
+   Vel::Collection< K, V, Map > entries_;
+   std::uint64_t sequenceNumber_ = 0;
+   Vel::Attribute< Vel::Ptr< CollectionControl > > control_;
+   CorruptionHandler corruptionHandler_;
+   mutable std::uint64_t corruptionReports_ = 0;
+   bool corrupted_ = false;
+};
+
+template< class K, class V, class Less = std::less< K > >
+using OrderedCollection = Collection< K, V, std::map< K, V, Less > >;
+
+} // namespace Mirra

@@ -1,0 +1,111 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "platform/vel/Reactor.h"
+
+namespace Vel {
+
+// A watchable keyed collection over an ordered or a hash map. Every change
+// notifies the key that changed.
+template< class K, class V, class Map = std::unordered_map< K, V > >
+class Collection {
+ public:
+   using Key = K;
+   using Value = V;
+   using const_iterator = typename Map::const_iterator;
+
+   bool has( const K & key ) const { return map_.find( key ) != map_.end(); }
+   const V * find( const K & key ) const {
+      auto it = map_.find( key );
+      return it == map_.end() ? nullptr : &it->second;
+   }
+   V * find( const K & key ) {
+      auto it = map_.find( key );
+      return it == map_.end() ? nullptr : &it->second;
+   }
+   // The value of the key, or a default value when the key is absent.
+   V get( const K & key ) const {
+      const V * v = find( key );
+      return v ? *v : V{};
+   }
+
+   // Insert or overwrite; always notifies the key.
+   V & set( const K & key, V value ) {
+      auto [ it, inserted ] = map_.insert_or_assign( key, std::move( value ) );
+      changed_.notify( key );
+      return it->second;
+   }
+   // Notifies only when the key was there.
+   bool del( const K & key ) {
+      auto it = map_.find( key );
+      if ( it == map_.end() ) {
+         return false;
+      }
+      map_.erase( it );
+      changed_.notify( key );
+      return true;
+   }
+   void delAll() {
+      while ( !map_.empty() ) {
+         K key = map_.begin()->first;
+         map_.erase( map_.begin() );
+         changed_.notify( key );
+      }
+   }
+
+   std::size_t size() const noexcept { return map_.size(); }
+   bool empty() const noexcept { return map_.empty(); }
+   const_iterator begin() const noexcept { return map_.begin(); }
+   const_iterator end() const noexcept { return map_.end(); }
+   const Map & map() const noexcept { return map_; }
+
+   // Visits every key present when the walk reaches it; the callback may
+   // delete the current element (or any other).
+   template< class F >
+   void forEachKey( F && f ) const {
+      if constexpr ( requires( const Map & m, const K & k ) { m.upper_bound( k ); } ) {
+         for ( auto it = map_.begin(); it != map_.end(); ) {
+            K key = it->first;
+            f( key );
+            it = map_.upper_bound( key );
+         }
+      } else {
+         std::vector< K > keys;
+         keys.reserve( map_.size() );
+         for ( const auto & [ key, value ] : map_ ) {
+            keys.push_back( key );
+         }
+         for ( const K & key : keys ) {
+            if ( has( key ) ) {
+               f( key );
+            }
+         }
+      }
+   }
+
+   [[nodiscard]] Reactor react( std::function< void( const K & ) > callback ) const {
+      return changed_.react( std::move( callback ) );
+   }
+
+ private:
+   Map map_;
+   mutable Signal< const K & > changed_;
+};
+
+template< class K, class V, class Less = std::less< K > >
+using OrderedCollection = Collection< K, V, std::map< K, V, Less > >;
+
+template< class K, class V, class Hash = std::hash< K > >
+using HashCollection = Collection< K, V, std::unordered_map< K, V, Hash > >;
+
+// A set of keys: a collection whose values carry nothing.
+struct Present {
+   friend bool operator==( Present, Present ) noexcept { return true; }
+};
+
+} // namespace Vel

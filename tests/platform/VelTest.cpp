@@ -1,0 +1,120 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "platform/vel/Assert.h"
+#include "platform/vel/Attribute.h"
+#include "platform/vel/Collection.h"
+#include "platform/vel/Ptr.h"
+#include "platform/vel/RangeException.h"
+#include "platform/vel/Trace.h"
+
+namespace {
+
+struct Counted : Vel::PtrInterface {
+   explicit Counted( int & deaths ) : deaths_( deaths ) {}
+   ~Counted() override { ++deaths_; }
+   int & deaths_;
+};
+
+TEST( VelPtr, CountsReferencesAndConvertsToConst ) {
+   int deaths = 0;
+   {
+      Vel::Ptr< Counted > a = Vel::make< Counted >( deaths );
+      Vel::PtrConst< Counted > b = a;
+      EXPECT_EQ( a->refCount(), 2u );
+      a.reset();
+      EXPECT_EQ( deaths, 0 );
+   }
+   EXPECT_EQ( deaths, 1 );
+}
+
+TEST( VelSignal, DeliversInOrderAndToleratesChangesDuringDelivery ) {
+   Vel::Attribute< int > attr;
+   std::vector< std::string > calls;
+   Vel::Reactor second;
+   Vel::Reactor late;
+   Vel::Reactor first = attr.react( [ & ] {
+      calls.push_back( "first" );
+      // Removing a later reactor and adding a new one during the delivery:
+      // the removed one is not called, the new one misses this delivery.
+      second.disconnect();
+      late = attr.react( [ & ] { calls.push_back( "late" ); } );
+   } );
+   second = attr.react( [ & ] { calls.push_back( "second" ); } );
+   attr.set( 1 );
+   EXPECT_EQ( calls, ( std::vector< std::string >{ "first" } ) );
+   calls.clear();
+   first.zombieIs();
+   attr.set( 2 );
+   attr.set( 2 ); // an unchanged value does not notify
+   EXPECT_EQ( calls, ( std::vector< std::string >{ "late" } ) );
+}
+
+TEST( VelCollection, NotifiesKeysAndWalksWhileDeleting ) {
+   Vel::OrderedCollection< int, std::string > coll;
+   std::vector< int > notified;
+   auto r = coll.react( [ & ]( const int & k ) { notified.push_back( k ); } );
+   coll.set( 1, "a" );
+   coll.set( 2, "b" );
+   coll.set( 3, "c" );
+   EXPECT_FALSE( coll.del( 7 ) );
+   EXPECT_EQ( coll.get( 7 ), "" );
+   std::vector< int > visited;
+   coll.forEachKey( [ & ]( int k ) {
+      visited.push_back( k );
+      coll.del( k );
+      coll.del( 3 );
+   } );
+   EXPECT_EQ( visited, ( std::vector< int >{ 1, 2 } ) );
+   EXPECT_EQ( notified, ( std::vector< int >{ 1, 2, 3, 1, 3, 2 } ) );
+
+   Vel::HashCollection< int, int > hashed;
+   for ( int i = 0; i < 10; ++i ) {
+      hashed.set( i, i );
+   }
+   int walked = 0;
+   hashed.forEachKey( [ & ]( int k ) {
+      ++walked;
+      hashed.del( k );
+   } );
+   EXPECT_EQ( walked, 10 );
+   EXPECT_TRUE( hashed.empty() );
+}
+
+TEST( VelAssert, HandlerGetsTheFixedText ) {
+   try {
+      VEL_ASSERT( 1 == 2, "the fixed text" );
+      FAIL();
+   } catch ( const Vel::AssertionError & e ) {
+      EXPECT_STREQ( e.what(), "the fixed text" );
+   }
+}
+
+TEST( VelRange, BoundedIndexNamesItsBounds ) {
+   using Index = Vel::BoundedIndex< "TunnelIdCollIndex", unsigned, 0u, 599u >;
+   EXPECT_EQ( Index( 599 ).value(), 599u );
+   try {
+      Index::of( 600 );
+      FAIL();
+   } catch ( const Vel::RangeException & e ) {
+      EXPECT_STREQ( e.what(), "TunnelIdCollIndex::value < TunnelIdCollIndex::min or > "
+                              "TunnelIdCollIndex::max not allowed" );
+   }
+   EXPECT_THROW( Index::of( -1 ), std::out_of_range );
+}
+
+void tracedFunction( int x ) { VEL_TRACE( 8, " x: ", x ); }
+
+TEST( VelTrace, LinesStartWithTheSignatureAndHonourTheLevel ) {
+   Vel::TestTraceSink sink( 7 );
+   tracedFunction( 1 );
+   EXPECT_TRUE( sink.lines().empty() );
+   Vel::traceLevelIs( 9 );
+   tracedFunction( 2 );
+   ASSERT_EQ( sink.lines().size(), 1u );
+   EXPECT_EQ( sink.lines()[ 0 ], "void {anonymous}::tracedFunction(int) x: 2" );
+}
+
+} // namespace
