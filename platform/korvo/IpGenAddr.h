@@ -1,0 +1,53 @@
+#pragma once
+
+#include <array>
+#include <compare>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <string_view>
+
+namespace Korvo {
+
+enum class AddressFamily : std::uint8_t { none = 0, ipv4 = 4, ipv6 = 6 };
+
+// An IPv4 or IPv6 address. IPv4 addresses order before IPv6 ones.
+class IpGenAddr {
+ public:
+   IpGenAddr() = default;
+   static IpGenAddr ipv4( std::uint32_t hostOrder );
+   static IpGenAddr ipv6( const std::array< std::uint8_t, 16 > & bytes );
+   // "10.0.0.1" or "2001:db8::1"; nothing when the text is not an address.
+   static std::optional< IpGenAddr > parse( std::string_view text );
+
+   AddressFamily family() const noexcept { return family_; }
+   bool isV4() const noexcept { return family_ == AddressFamily::ipv4; }
+   bool isV6() const noexcept { return family_ == AddressFamily::ipv6; }
+   unsigned bits() const noexcept { return isV4() ? 32 : isV6() ? 128 : 0; }
+   const std::array< std::uint8_t, 16 > & bytes() const noexcept { return bytes_; }
+   // The address with every bit after the first `length` cleared.
+   IpGenAddr masked( unsigned length ) const noexcept;
+
+   std::string stringValue() const;
+
+   friend auto operator<=>( const IpGenAddr &, const IpGenAddr & ) = default;
+   friend bool operator==( const IpGenAddr &, const IpGenAddr & ) = default;
+   friend std::ostream & operator<<( std::ostream & os, const IpGenAddr & a ) {
+      return os << a.stringValue();
+   }
+   std::size_t hash() const noexcept;
+
+ private:
+   AddressFamily family_ = AddressFamily::none;
+   // IPv4 in the first four bytes, network order.
+   std::array< std::uint8_t, 16 > bytes_{};
+};
+
+} // namespace Korvo
+
+template<>
+struct std::hash< Korvo::IpGenAddr > {
+   std::size_t operator()( const Korvo::IpGenAddr & a ) const noexcept { return a.hash(); }
+};

@@ -1,0 +1,44 @@
+#include "platform/korvo/IpGenPrefix.h"
+
+#include <charconv>
+
+namespace Korvo {
+
+IpGenPrefix::IpGenPrefix( const IpGenAddr & address, unsigned length )
+      : address_( address.masked( length ) ), length_( length ) {}
+
+IpGenPrefix::IpGenPrefix( const IpGenAddr & address )
+      : address_( address ), length_( address.bits() ) {}
+
+std::optional< IpGenPrefix > IpGenPrefix::parse( std::string_view text ) {
+   auto slash = text.find( '/' );
+   auto address = IpGenAddr::parse( text.substr( 0, slash ) );
+   if ( !address ) {
+      return std::nullopt;
+   }
+   if ( slash == std::string_view::npos ) {
+      return IpGenPrefix( *address );
+   }
+   std::string_view digits = text.substr( slash + 1 );
+   unsigned length = 0;
+   auto [ end, ec ] = std::from_chars( digits.data(), digits.data() + digits.size(), length );
+   if ( digits.empty() || ec != std::errc{} || end != digits.data() + digits.size() ||
+        length > address->bits() ) {
+      return std::nullopt;
+   }
+   return IpGenPrefix( *address, length );
+}
+
+bool IpGenPrefix::contains( const IpGenAddr & address ) const noexcept {
+   return address.family() == family() && address.masked( length_ ) == address_;
+}
+
+std::string IpGenPrefix::stringValue() const {
+   return address_.stringValue() + "/" + std::to_string( length_ );
+}
+
+std::size_t IpGenPrefix::hash() const noexcept {
+   return address_.hash() * 31 + length_;
+}
+
+} // namespace Korvo

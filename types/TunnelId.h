@@ -1,0 +1,70 @@
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <string_view>
+
+#include "types/TunnelTableIdentifier.h"
+#include "types/TunnelType.h"
+
+namespace Tunnel::TunnelTable {
+
+// Names one tunnel: the type in bits 44 and up (five bits), the producer's
+// index of the tunnel within its type in bits 0-43.
+class TunnelId {
+ public:
+   static constexpr std::uint64_t minValue = 0;
+   static constexpr std::uint64_t maxValue = 0x1FFFFFFFFFFFFull;
+   static constexpr unsigned typeShift = 44;
+   static constexpr std::uint64_t maxIndex = ( 1ull << typeShift ) - 1;
+
+   constexpr TunnelId() noexcept = default;
+   // Refuses a value above maxValue with the range error
+   // "TunnelId::value < TunnelId::minValue or > TunnelId::maxValue not allowed".
+   explicit TunnelId( std::uint64_t value );
+   TunnelId( TunnelType type, std::uint64_t index );
+
+   // The text form is "<type name>:<index>" ("ldp:12"); parse also takes a
+   // raw value in decimal or 0x-hex. Nothing when the text is not an id.
+   static std::optional< TunnelId > parse( std::string_view text );
+
+   std::uint64_t value() const noexcept { return value_; }
+   TunnelType tunnelType() const noexcept {
+      return static_cast< TunnelType >( value_ >> typeShift );
+   }
+   std::uint64_t index() const noexcept { return value_ & maxIndex; }
+   // The protocol table that holds tunnels of this id's type; an assertion
+   // for types without a table of their own.
+   TunnelTableIdentifier tableType() const;
+   // Whether a tunnel of this type may push an entropy label: the MPLS
+   // transport tunnels (ldp, sr, ospfSr, isisFlexAlgoTunnel, static, the RSVP
+   // kinds, tiLfa and srTeSegmentList), not BGP-LU, nexthop groups, SR-TE
+   // policies or interface tunnels.
+   bool supportsEntropyLabelPush() const noexcept;
+   // Jenkins one-at-a-time over the eight bytes, least significant first.
+   std::uint32_t hash() const noexcept;
+
+   std::string stringValue() const;
+
+   friend constexpr auto operator<=>( TunnelId, TunnelId ) noexcept = default;
+   friend constexpr bool operator==( TunnelId, TunnelId ) noexcept = default;
+   friend std::ostream & operator<<( std::ostream & os, TunnelId id ) {
+      return os << id.stringValue();
+   }
+
+ private:
+   std::uint64_t value_ = 0;
+};
+
+} // namespace Tunnel::TunnelTable
+
+template<>
+struct std::hash< Tunnel::TunnelTable::TunnelId > {
+   std::size_t operator()( Tunnel::TunnelTable::TunnelId id ) const noexcept {
+      return id.hash();
+   }
+};

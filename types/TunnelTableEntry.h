@@ -1,0 +1,71 @@
+#pragma once
+
+#include <array>
+#include <compare>
+#include <cstdint>
+#include <ostream>
+#include <string>
+
+#include "platform/korvo/IpGenPrefix.h"
+#include "platform/vel/RangeException.h"
+#include "types/TunnelEntryPref.h"
+#include "types/TunnelId.h"
+
+namespace Tunnel::TunnelTable {
+
+// An index into the endpoints of one table entry: 16 slots.
+using TunnelEndpointIndex = Vel::BoundedIndex< "TunnelEndpointIndex", unsigned, 0u, 15u >;
+
+// The generic part of every protocol table entry, and the candidate record
+// that a RIB builder orders per endpoint: the tunnel, its preference, the
+// endpoints it serves and the producer's instance of the tunnel.
+class TunnelTableEntry {
+ public:
+   static constexpr unsigned maxEndpoints = TunnelEndpointIndex::max + 1;
+
+   TunnelTableEntry() = default;
+   TunnelTableEntry( TunnelId tunnelId, TunnelEntryPref pref )
+         : tunnelId_( tunnelId ), pref_( pref ) {}
+
+   TunnelId tunnelId() const noexcept { return tunnelId_; }
+   void tunnelIdIs( TunnelId id ) noexcept { tunnelId_ = id; }
+   TunnelEntryPref pref() const noexcept { return pref_; }
+   void prefIs( TunnelEntryPref pref ) noexcept { pref_ = pref; }
+   // The producer's instance of the tunnel (an LSP instance, a candidate
+   // path); tells two publications of one tunnel id apart.
+   std::uint64_t instance() const noexcept { return instance_; }
+   void instanceIs( std::uint64_t instance ) noexcept { instance_ = instance; }
+
+   unsigned endpointCount() const noexcept { return endpointCount_; }
+   const Korvo::IpGenPrefix & endpoint( TunnelEndpointIndex i ) const {
+      return endpoints_[ i.value() ];
+   }
+   // Appends an endpoint; the 17th raises the TunnelEndpointIndex range error.
+   void endpointAdd( const Korvo::IpGenPrefix & tep ) {
+      endpoints_[ TunnelEndpointIndex::of( endpointCount_ ).value() ] = tep;
+      ++endpointCount_;
+   }
+   void endpointDelAll() noexcept {
+      endpoints_ = {};
+      endpointCount_ = 0;
+   }
+
+   // The candidate order: preference, the type's default preference, tunnel
+   // id, endpoint list (lexicographic, a prefix first), instance.
+   friend bool operator<( const TunnelTableEntry & a, const TunnelTableEntry & b );
+   friend bool operator==( const TunnelTableEntry & a, const TunnelTableEntry & b );
+
+   std::string stringValue() const;
+   friend std::ostream & operator<<( std::ostream & os, const TunnelTableEntry & e ) {
+      return os << e.stringValue();
+   }
+
+ private:
+   TunnelId tunnelId_;
+   std::uint64_t instance_ = 0;
+   TunnelEntryPref pref_;
+   std::uint8_t endpointCount_ = 0;
+   std::array< Korvo::IpGenPrefix, maxEndpoints > endpoints_{};
+};
+
+} // namespace Tunnel::TunnelTable
