@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+
+#include "platform/vel/Attribute.h"
+#include "platform/vel/Collection.h"
+#include "platform/vel/Ptr.h"
+#include "types/TunnelRibId.h"
+
+namespace Tunnel::Gr {
+
+// One tunnel RIB's graceful-restart status.
+class TunnelRibGrStatus : public Vel::PtrInterface {
+ public:
+   explicit TunnelRibGrStatus( TunnelTable::TunnelRibId id ) : tunnelRibId_( id ) {}
+
+   TunnelTable::TunnelRibId tunnelRibId() const noexcept { return tunnelRibId_; }
+   const Vel::Attribute< bool > & tunnelRibSmBacklogEmpty() const noexcept {
+      return tunnelRibSmBacklogEmpty_;
+   }
+   void tunnelRibSmBacklogEmptyIs( bool empty ) { tunnelRibSmBacklogEmpty_.set( empty ); }
+
+ private:
+   TunnelTable::TunnelRibId tunnelRibId_;
+   Vel::Attribute< bool > tunnelRibSmBacklogEmpty_{ false };
+};
+
+// The stages of a tunnel RIB's restart that are counted.
+enum class TunnelRibGrStage : std::uint8_t { tunnelTablesProcessed = 0 };
+
+// Per tunnel RIB, how many times each restart stage was reached.
+class TunnelRibUpdateCounter : public Vel::PtrInterface {
+ public:
+   std::uint64_t tunnelTablesProcessed() const noexcept { return tunnelTablesProcessed_; }
+   void tunnelTablesProcessedInc() noexcept { ++tunnelTablesProcessed_; }
+
+ private:
+   std::uint64_t tunnelTablesProcessed_ = 0;
+};
+
+// The snapshot of GR counters, one counter per tunnel RIB.
+class TunnelRibGrCounters : public Vel::PtrInterface {
+ public:
+   Vel::Ptr< TunnelRibUpdateCounter > tunnelRibUpdateCounterIs( TunnelTable::TunnelRibId id ) {
+      if ( auto existing = counters_.get( id ) ) {
+         return existing;
+      }
+      return counters_.set( id, Vel::make< TunnelRibUpdateCounter >() );
+   }
+   bool tunnelRibUpdateCounterHas( TunnelTable::TunnelRibId id ) const {
+      return counters_.has( id );
+   }
+   Vel::Ptr< TunnelRibUpdateCounter > tunnelRibUpdateCounter( TunnelTable::TunnelRibId id ) const {
+      return counters_.get( id );
+   }
+   void tunnelRibUpdateCounterDel( TunnelTable::TunnelRibId id ) { counters_.del( id ); }
+
+ private:
+   Vel::OrderedCollection< TunnelTable::TunnelRibId, Vel::Ptr< TunnelRibUpdateCounter > >
+      counters_;
+};
+
+} // namespace Tunnel::Gr
