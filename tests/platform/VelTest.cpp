@@ -5,6 +5,7 @@
 
 #include "platform/vel/Assert.h"
 #include "platform/vel/Attribute.h"
+#include "platform/vel/Clock.h"
 #include "platform/vel/Collection.h"
 #include "platform/vel/Ptr.h"
 #include "platform/vel/RangeException.h"
@@ -115,6 +116,41 @@ TEST( VelTrace, LinesStartWithTheSignatureAndHonourTheLevel ) {
    tracedFunction( 2 );
    ASSERT_EQ( sink.lines().size(), 1u );
    EXPECT_EQ( sink.lines()[ 0 ], "void {anonymous}::tracedFunction(int) x: 2" );
+}
+
+TEST( VelClock, FiresOnlyWhenTimeIsAdvancedToItsMinimum ) {
+   auto scheduler = Vel::make< Mox::TaskScheduler >();
+   auto clock = Vel::make< Vel::Clock >( scheduler );
+   std::vector< double > firedAt;
+   auto r = clock->react( [ & ] { firedAt.push_back( clock->now() ); } );
+   // Work that reschedules itself runs to the end without the clock's
+   // minimum being reached: waiting is not work.
+   auto work = Vel::make< Mox::Task >( scheduler, Mox::TaskPriority{ 0 }, "work" );
+   int runs = 0;
+   auto w = work->onRun( [ & ] {
+      if ( ++runs < 3 ) {
+         scheduler->scheduleTaskLowestDelay( *work, 0.01 );
+      }
+   } );
+   clock->minTimeIs( 120 );
+   scheduler->scheduleTask( *work );
+   scheduler->runUntilIdle();
+   EXPECT_EQ( runs, 3 );
+   EXPECT_TRUE( firedAt.empty() );
+   EXPECT_LT( clock->now(), 1 );
+   scheduler->runFor( 100 );
+   EXPECT_TRUE( firedAt.empty() );
+   scheduler->advance( 20 );
+   EXPECT_EQ( firedAt, ( std::vector< double >{ 120 } ) );
+   EXPECT_EQ( clock->minTime(), Mox::TaskScheduler::infinity );
+   scheduler->advance( 200 );
+   EXPECT_EQ( firedAt.size(), 1u );
+
+   // Infinity disarms a minimum that was set.
+   clock->minTimeIs( clock->now() + 5 );
+   clock->minTimeIs( Mox::TaskScheduler::infinity );
+   scheduler->advance( 10 );
+   EXPECT_EQ( firedAt.size(), 1u );
 }
 
 } // namespace

@@ -1,0 +1,176 @@
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <unordered_set>
+
+#include "platform/korvo/IntfId.h"
+#include "platform/korvo/MplsLabelOperation.h"
+#include "platform/vel/Assert.h"
+
+namespace {
+
+using Korvo::IntfId;
+using Korvo::MplsLabelAction;
+using Korvo::MplsLabelOperation;
+using Error = Korvo::BoundedMplsLabelStackResult::Error;
+
+constexpr Korvo::MplsLabel EL = MplsLabelOperation::entropyLabel;
+
+std::string assertionText( const std::function< void() > & f ) {
+   try {
+      f();
+   } catch ( const Vel::AssertionError & e ) {
+      return e.what();
+   }
+   return "no assertion";
+}
+
+TEST( KorvoIntfId, KindsRoundTripThroughTheirText ) {
+   // The tunnel id is kept raw: a value no tunnel type allows still survives.
+   const std::uint64_t bigTunnel = 0xFFFFFFFFFFFFFFFFull;
+   for ( const IntfId & intf :
+         { IntfId(), IntfId::ordinary( "Ethernet1/2.100" ), IntfId::dynamicTunnel( 0x300000000001 ),
+           IntfId::dynamicTunnel( bigTunnel ), IntfId::nexthopGroup( 42 ) } ) {
+      EXPECT_EQ( IntfId::parse( intf.stringValue() ), intf ) << intf;
+   }
+   EXPECT_EQ( IntfId::dynamicTunnel( 0x300000000001 ).stringValue(), "DynamicTunnel0x300000000001" );
+   EXPECT_EQ( IntfId::nexthopGroup( 42 ).stringValue(), "NexthopGroup42" );
+   EXPECT_EQ( IntfId().stringValue(), "" );
+   EXPECT_EQ( IntfId::parse( "DynamicTunnel17" ), IntfId::dynamicTunnel( 17 ) );
+
+   IntfId dyn = Korvo::DynamicTunnelIntfId::tunnelIdToIntfId( bigTunnel );
+   EXPECT_TRUE( Korvo::DynamicTunnelIntfId::isDynamicTunnelIntfId( dyn ) );
+   EXPECT_EQ( Korvo::DynamicTunnelIntfId::tunnelId( dyn ), bigTunnel );
+   IntfId nhg = Korvo::NexthopGroupIntfId::nexthopGroupIdToIntfId( 7 );
+   EXPECT_TRUE( Korvo::NexthopGroupIntfId::isNexthopGroupIntfId( nhg ) );
+   EXPECT_FALSE( Korvo::DynamicTunnelIntfId::isDynamicTunnelIntfId( nhg ) );
+   EXPECT_EQ( Korvo::NexthopGroupIntfId::nexthopGroupId( nhg ), 7u );
+
+   for ( const char * bad : { "Ethernet 1", "1Ethernet", "DynamicTunnel", "DynamicTunnel0x",
+                              "DynamicTunnel12a", "NexthopGroup-1", "Eth'1", "Vlan,1" } ) {
+      EXPECT_FALSE( IntfId::parse( bad ) ) << bad;
+   }
+   EXPECT_EQ( assertionText( [] { IntfId::ordinary( "NexthopGroup5" ); } ),
+              "Not an ordinary interface name" );
+   EXPECT_EQ( assertionText( [] { IntfId::ordinary( "Ethernet1" ).tunnelIdValue(); } ),
+              "Not a dynamic tunnel interface" );
+   EXPECT_EQ( assertionText( [] { IntfId::dynamicTunnel( 1 ).nexthopGroupId(); } ),
+              "Not a nexthop-group interface" );
+}
+
+TEST( KorvoIntfId, KindsWithTheSameNumberStayDistinctAsKeys ) {
+   std::unordered_set< IntfId > hashed{ IntfId::dynamicTunnel( 5 ), IntfId::nexthopGroup( 5 ),
+                                        IntfId(), IntfId::ordinary( "Ethernet5" ) };
+   std::map< IntfId, int > ordered;
+   for ( const IntfId & intf : hashed ) {
+      ordered[ intf ] = 0;
+   }
+   EXPECT_EQ( hashed.size(), 4u );
+   EXPECT_EQ( ordered.size(), 4u );
+   EXPECT_TRUE( hashed.count( IntfId::nexthopGroup( 5 ) ) );
+   EXPECT_NE( IntfId::dynamicTunnel( 5 ), IntfId::nexthopGroup( 5 ) );
+   EXPECT_TRUE( IntfId().empty() );
+}
+
+TEST( KorvoMplsLabelOperation, TextFormRoundTripsAndRejectsWhatCannotBe ) {
+   EXPECT_EQ( MplsLabelOperation().stringValue(), "push []" );
+   MplsLabelOperation op( MplsLabelAction::swap, { 300, 7, EL, 16 } );
+   EXPECT_EQ( op.stringValue(), "swap [300 7 EL 16]" );
+   EXPECT_EQ( op.stackSize(), 4u );
+   EXPECT_EQ( op.label( 0 ), 300u );
+   EXPECT_TRUE( op.hasEntropyLabel() );
+   for ( const char * text : { "push [100 200]", "swap [300 7 EL 16]", "pop []", "push []",
+                               "push [1048575 0 1 2 3 4 5 6 7 8 9 10]" } ) {
+      auto parsed = MplsLabelOperation::parse( text );
+      ASSERT_TRUE( parsed ) << text;
+      EXPECT_EQ( parsed->stringValue(), text );
+   }
+   EXPECT_EQ( MplsLabelOperation::parse( "  push[ 100  200 ] " ),
+              MplsLabelOperation( MplsLabelAction::push, { 100, 200 } ) );
+   for ( const char * bad : { "pop [5]", "push [1048576]", "push [EL]", "push [100 EL]",
+                              "push [100", "push 100", "jump [1]", "push [1] x", "push [-1]",
+                              "push [0 1 2 3 4 5 6 7 8 9 10 11 12]" } ) {
+      EXPECT_FALSE( MplsLabelOperation::parse( bad ) ) << bad;
+   }
+   EXPECT_EQ( assertionText( [] { MplsLabelOperation( MplsLabelAction::pop, { 1 } ); } ),
+              "A pop carries no labels" );
+   EXPECT_EQ( assertionText( [] { MplsLabelOperation().labelPush( 0x100001 ); } ),
+              "MPLS label out of range" );
+   EXPECT_EQ( assertionText( [] { MplsLabelOperation().label( 0 ); } ),
+              "Label index beyond the stack" );
+}
+
+TEST( KorvoMplsLabelOperation, ValuesCompareAndHashAsKeys ) {
+   MplsLabelOperation a( MplsLabelAction::push, { 100, 200 } );
+   MplsLabelOperation b;
+   EXPECT_TRUE( b.labelPush( 200 ).success() );
+   EXPECT_TRUE( b.labelPush( 100 ).success() );
+   EXPECT_EQ( a, b );
+   EXPECT_EQ( std::hash< MplsLabelOperation >{}( a ), std::hash< MplsLabelOperation >{}( b ) );
+   std::unordered_set< MplsLabelOperation > hashed{
+      a, b, MplsLabelOperation( MplsLabelAction::swap, { 100, 200 } ),
+      MplsLabelOperation( MplsLabelAction::push, { 200, 100 } ), MplsLabelOperation() };
+   std::map< MplsLabelOperation, int > ordered;
+   for ( const auto & op : hashed ) {
+      ordered[ op ] = 0;
+   }
+   EXPECT_EQ( hashed.size(), 4u );
+   EXPECT_EQ( ordered.size(), 4u );
+}
+
+TEST( KorvoMplsLabelOperation, SmushPutsTheOuterLabelsOnTopOrChangesNothing ) {
+   MplsLabelOperation inner( MplsLabelAction::push, { 300 } );
+   EXPECT_TRUE( inner.smush( MplsLabelOperation( MplsLabelAction::push, { 100, 200 } ) ).success() );
+   EXPECT_EQ( inner.stringValue(), "push [100 200 300]" );
+
+   // Filling the stack exactly fits; one label more fails and leaves it alone.
+   MplsLabelOperation full( MplsLabelAction::push, { 1, 2, 3, 4, 5, 6, 7, EL, 9, 10, 11 } );
+   MplsLabelOperation before = full;
+   Korvo::SmushResult result = full.smush( MplsLabelOperation( MplsLabelAction::push, { 20, 21 } ) );
+   EXPECT_FALSE( result.success() );
+   EXPECT_EQ( result.error(), Error::stackFull );
+   EXPECT_EQ( result.stringValue(), "stackFull" );
+   EXPECT_EQ( full, before );
+   EXPECT_TRUE( full.smush( MplsLabelOperation( MplsLabelAction::push, { 20 } ) ).success() );
+   EXPECT_EQ( full.stackSize(), MplsLabelOperation::maxStackSize );
+   EXPECT_EQ( full.label( 0 ), 20u );
+   EXPECT_EQ( full.labelPush( 30 ).error(), Error::stackFull );
+
+   // Popping and then pushing swaps; an outer operation that is not a push
+   // cannot be merged.
+   MplsLabelOperation pop( MplsLabelAction::pop, {} );
+   EXPECT_TRUE( pop.smush( MplsLabelOperation( MplsLabelAction::push, { 5 } ) ).success() );
+   EXPECT_EQ( pop.stringValue(), "swap [5]" );
+   EXPECT_EQ( pop.smush( MplsLabelOperation( MplsLabelAction::swap, { 6 } ) ).error(),
+              Error::actionUnsupported );
+   EXPECT_EQ( pop.stringValue(), "swap [5]" );
+}
+
+TEST( KorvoMplsLabelOperation, EntropyLabelGoesBeneathTheGivenNumberOfLabels ) {
+   MplsLabelOperation op( MplsLabelAction::push, { 100, 200 } );
+   EXPECT_FALSE( op.hasEntropyLabel() );
+   EXPECT_TRUE( op.entropyLabelAndIndicatorIs( 0 ).success() );
+   EXPECT_EQ( op.stringValue(), "push [100 200 7 EL]" );
+   EXPECT_TRUE( op.hasEntropyLabel() );
+   MplsLabelOperation onTop( MplsLabelAction::push, { 100, 200 } );
+   EXPECT_TRUE( onTop.entropyLabelAndIndicatorIs( 2 ).success() );
+   EXPECT_EQ( onTop.stringValue(), "push [7 EL 100 200]" );
+   EXPECT_EQ( onTop.entropyLabelAndIndicatorIs( 5 ).error(), Error::positionInvalid );
+
+   // Ten labels leave room for the pair; eleven do not, and stay as they were.
+   MplsLabelOperation ten( MplsLabelAction::push, { 1, 2, 3, 4, 5, 6, 7, 8, 9, 10 } );
+   EXPECT_TRUE( ten.entropyLabelAndIndicatorIs( 1 ).success() );
+   EXPECT_EQ( ten.stringValue(), "push [1 2 3 4 5 6 7 8 9 7 EL 10]" );
+   MplsLabelOperation eleven( MplsLabelAction::push, { 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11 } );
+   MplsLabelOperation before = eleven;
+   Korvo::BoundedMplsLabelStackResult result = eleven.entropyLabelAndIndicatorIs( 0 );
+   EXPECT_EQ( result.error(), Error::stackFull );
+   EXPECT_EQ( eleven, before );
+   EXPECT_EQ( MplsLabelOperation( MplsLabelAction::pop, {} ).entropyLabelAndIndicatorIs( 0 ).error(),
+              Error::actionUnsupported );
+}
+
+} // namespace
