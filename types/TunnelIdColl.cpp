@@ -1,0 +1,7 @@
+#include "types/TunnelIdColl.h"
+
+namespace Tunnel::TunnelTable {
+
+Vel::Ptr< TunnelIdColl > tunnelIdCollFactory() { return Vel::make< TunnelIdColl >(); }
+
+} // namespace Tunnel::TunnelTable
