@@ -18,7 +18,8 @@ class TunnelRibConfigDir : public Vel::PtrInterface {
    }
    // Stores a configuration under its name, replacing any earlier one.
    Vel::Ptr< TunnelRibConfig > tunnelRibConfigIs( Vel::Ptr< TunnelRibConfig > config ) {
-      return tunnelRibConfig_.set( config->name(), std::move( config ) );
+      Vel::Name name = config->name();
+      return tunnelRibConfig_.set( name, std::move( config ) );
    }
    // A new, empty configuration under the name.
    Vel::Ptr< TunnelRibConfig > tunnelRibConfigIs( const Vel::Name & name ) {
