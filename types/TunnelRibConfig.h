@@ -29,7 +29,9 @@ class TunnelRibConfig : public Vel::PtrInterface {
       if ( auto existing = entry_.get( id ) ) {
          return existing;
       }
-      return entry_.set( id, Vel::make< TunnelRibProtoEntry >( id ) );
+      auto added = Vel::make< TunnelRibProtoEntry >( id );
+      entry_.set( id, added );
+      return added;
    }
    void entryDel( TunnelTableIdentifier id ) { entry_.del( id ); }
    void entryDelAll() { entry_.delAll(); }

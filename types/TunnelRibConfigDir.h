@@ -19,7 +19,8 @@ class TunnelRibConfigDir : public Vel::PtrInterface {
    // Stores a configuration under its name, replacing any earlier one.
    Vel::Ptr< TunnelRibConfig > tunnelRibConfigIs( Vel::Ptr< TunnelRibConfig > config ) {
       Vel::Name name = config->name();
-      return tunnelRibConfig_.set( name, std::move( config ) );
+      tunnelRibConfig_.set( name, config );
+      return config;
    }
    // A new, empty configuration under the name.
    Vel::Ptr< TunnelRibConfig > tunnelRibConfigIs( const Vel::Name & name ) {

@@ -45,7 +45,9 @@ class TunnelRibGrCounters : public Vel::PtrInterface {
       if ( auto existing = counters_.get( id ) ) {
          return existing;
       }
-      return counters_.set( id, Vel::make< TunnelRibUpdateCounter >() );
+      auto added = Vel::make< TunnelRibUpdateCounter >();
+      counters_.set( id, added );
+      return added;
    }
    bool tunnelRibUpdateCounterHas( TunnelTable::TunnelRibId id ) const {
       return counters_.has( id );

@@ -34,11 +34,12 @@ class Collection {
       return v ? *v : V{};
    }
 
-   // Insert or overwrite; always notifies the key.
+   // Insert or overwrite; always notifies the key. The returned reference
+   // survives rehashing by reactors, not a reactor deleting the key.
    V & set( const K & key, V value ) {
-      auto [ it, inserted ] = map_.insert_or_assign( key, std::move( value ) );
+      V & stored = map_.insert_or_assign( key, std::move( value ) ).first->second;
       changed_.notify( key );
-      return it->second;
+      return stored;
    }
    // Notifies only when the key was there.
    bool del( const K & key ) {
