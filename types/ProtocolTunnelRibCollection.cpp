@@ -7,7 +7,9 @@ ProtocolTunnelRibCollection::protocolTunnelRibIs( TunnelType type ) {
    if ( auto existing = protocolTunnelRib( type ) ) {
       return existing;
    }
-   return protocolTunnelRib_.set( type, Vel::make< ProtocolTunnelRibWrapper >( type ) );
+   auto wrapper = Vel::make< ProtocolTunnelRibWrapper >( type );
+   protocolTunnelRib_.set( type, wrapper );
+   return wrapper;
 }
 
 Vel::Ptr< ProtocolTunnelRibCollection > protocolTunnelRibCollectionFactory( Vel::String name ) {
