@@ -28,9 +28,6 @@ TEST( TunnelIdColl, ReactorToldEachChangedKey ) {
    coll->entryDel( TunnelId( TunnelType::ldpTunnel, 3 ) ); // absent: no change, no news
    EXPECT_EQ( coll->size(), 2u );
    EXPECT_EQ( told, ( std::vector{ a, b } ) );
-   coll->entryDelAll();
-   EXPECT_TRUE( coll->empty() );
-   EXPECT_EQ( told, ( std::vector{ a, b, a, b } ) );
 
    TunnelIdCollByTunnelId byId( a );
    byId.entryIs( b, true );
@@ -68,12 +65,6 @@ TEST( ProtocolTunnelRibCollection, WrapperPerTypeKeptWhenAskedAgain ) {
    EXPECT_EQ( coll->protocolTunnelRibIs( TunnelType::ldpTunnel ), wrapper );
    EXPECT_EQ( wrapper->tunnelRib(), rib );
    EXPECT_EQ( told, 1 );
-   coll->protocolTunnelRibIs( TunnelType::srTunnel );
-   coll->protocolTunnelRibDel( TunnelType::ldpTunnel );
-   EXPECT_EQ( coll->size(), 1u );
-   coll->protocolTunnelRibDelAll();
-   EXPECT_TRUE( coll->empty() );
-   EXPECT_EQ( told, 4 );
 }
 
 TEST( TunnelTableOrderedEntry, BestCandidateFirst ) {

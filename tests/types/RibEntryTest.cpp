@@ -141,17 +141,6 @@ TEST( TunnelRibEntry, RefusesShortOrMalformedBuffers ) {
    EXPECT_TRUE( refused( many ) );
 }
 
-TEST( TunnelRibEntry, TextForm ) {
-   TunnelRibEntry e( ColoredTunnelEndpoint( prefix( "10.0.0.1/32" ), 5 ) );
-   e.addTunnelId( ldp( 1 ) );
-   e.addTunnelId( ldp( 2 ) );
-   e.prefIs( 55 );
-   EXPECT_EQ( e.stringValue(),
-              "Value('Tunnel::TunnelTable::TunnelRibEntry', ** {'coloredTep': 10.0.0.1/32 "
-              "color 5, 'tunnelId': [ldp:1, ldp:2], 'pref': 55, 'm': 0, 'metricType': 0, "
-              "'m2': 0, 'igpCostPref': 0, 'p2': 0})" );
-}
-
 TEST( TunnelRib, KeyedByPrefixAndToldEachChangedKey ) {
    Statix::EntityManager manager;
    Vel::Ptr< TunnelRibBase > base = manager.mount< TunnelRib >( "tunnel/tunnelRibs/status/0" );
