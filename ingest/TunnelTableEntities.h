@@ -1,0 +1,88 @@
+#pragma once
+
+#include "platform/vel/Collection.h"
+#include "platform/vel/Name.h"
+#include "platform/vel/Ptr.h"
+#include "types/ProtocolTunnelTable.h"
+#include "types/TunnelTableBase.h"
+
+namespace Tunnel::TunnelTable {
+
+// The protocol tunnel tables mounted for one tunnel RIB, by table name: the
+// one place the RIB's machines and the tunnel FIB reach tables from.
+class TunnelTableEntities : public Vel::PtrInterface {
+ public:
+   using Coll = Vel::OrderedCollection< Vel::String, Vel::PtrConst< TunnelTableBase > >;
+
+   const Coll & tunnelTable() const noexcept { return tunnelTable_; }
+   // The table filed under name, or null.
+   Vel::PtrConst< TunnelTableBase > tunnelTable( const Vel::String & name ) const {
+      return tunnelTable_.get( name );
+   }
+   bool tunnelTableHas( const Vel::String & name ) const { return tunnelTable_.has( name ); }
+   void tunnelTableIs( const Vel::String & name, Vel::PtrConst< TunnelTableBase > table ) {
+      tunnelTable_.set( name, std::move( table ) );
+   }
+   void tunnelTableDel( const Vel::String & name ) { tunnelTable_.del( name ); }
+   void tunnelTableDelAll() { tunnelTable_.delAll(); }
+
+   // The table of its fixed name as its own type; null when that name is
+   // absent or holds a table of another type.
+   template< class Table >
+   Vel::PtrConst< Table > typedTable() const {
+      return Vel::dynamicCast< const Table >( tunnelTable( Vel::String( Table::tableName ) ) );
+   }
+
+   Vel::PtrConst< LdpTunnelTable > ldpTable() const { return typedTable< LdpTunnelTable >(); }
+   Vel::PtrConst< IsisSrTunnelTable > srTable() const { return typedTable< IsisSrTunnelTable >(); }
+   Vel::PtrConst< OspfSrTunnelTable > ospfSrTable() const {
+      return typedTable< OspfSrTunnelTable >();
+   }
+   Vel::PtrConst< BgpLuTunnelTable > bgpLuTable() const {
+      return typedTable< BgpLuTunnelTable >();
+   }
+   Vel::PtrConst< BgpLuPushTunnelTable > bgpLuPushTable() const {
+      return typedTable< BgpLuPushTunnelTable >();
+   }
+   Vel::PtrConst< StaticTunnelTable > staticTable() const {
+      return typedTable< StaticTunnelTable >();
+   }
+   Vel::PtrConst< NexthopGroupTunnelTable > nexthopGroupTable() const {
+      return typedTable< NexthopGroupTunnelTable >();
+   }
+   Vel::PtrConst< SrTePolicyTunnelTable > srTePolicyTunnelTable() const {
+      return typedTable< SrTePolicyTunnelTable >();
+   }
+   Vel::PtrConst< SrTeSegmentListTunnelTable > srTeSegmentListTable() const {
+      return typedTable< SrTeSegmentListTunnelTable >();
+   }
+   Vel::PtrConst< RsvpLerTunnelTable > rsvpLerTable() const {
+      return typedTable< RsvpLerTunnelTable >();
+   }
+   Vel::PtrConst< RsvpLerSubTunnelTable > rsvpLerSubTable() const {
+      return typedTable< RsvpLerSubTunnelTable >();
+   }
+   Vel::PtrConst< RsvpFrrTunnelTable > rsvpFrrTable() const {
+      return typedTable< RsvpFrrTunnelTable >();
+   }
+   Vel::PtrConst< TiLfaTunnelTable > tiLfaTable() const { return typedTable< TiLfaTunnelTable >(); }
+   Vel::PtrConst< IsisFlexAlgoTunnelTable > isisFlexAlgoTable() const {
+      return typedTable< IsisFlexAlgoTunnelTable >();
+   }
+   Vel::PtrConst< GreIntfTunnelTable > greIntfTable() const {
+      return typedTable< GreIntfTunnelTable >();
+   }
+   Vel::PtrConst< IpsecGreIntfTunnelTable > ipsecGreIntfTable() const {
+      return typedTable< IpsecGreIntfTunnelTable >();
+   }
+   Vel::PtrConst< IpsecVtiIntfTunnelTable > ipsecVtiIntfTable() const {
+      return typedTable< IpsecVtiIntfTunnelTable >();
+   }
+
+ private:
+   Coll tunnelTable_;
+};
+
+Vel::Ptr< TunnelTableEntities > tunnelTableEntitiesFactory();
+
+} // namespace Tunnel::TunnelTable

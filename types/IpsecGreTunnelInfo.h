@@ -1,0 +1,41 @@
+#pragma once
+
+#include <compare>
+#include <ostream>
+#include <string>
+
+#include "types/GreTunnelInfo.h"
+
+namespace Tunnel {
+
+// A GRE encapsulation protected by IPsec: the GRE header fields and the name
+// of the IPsec profile that secures the outer packets.
+class IpsecGreTunnelInfo {
+ public:
+   IpsecGreTunnelInfo() = default;
+   IpsecGreTunnelInfo( GreTunnelInfo gre, std::string ipsecProfile )
+         : gre_( gre ), ipsecProfile_( std::move( ipsecProfile ) ) {}
+
+   const GreTunnelInfo & gre() const noexcept { return gre_; }
+   const std::string & ipsecProfile() const noexcept { return ipsecProfile_; }
+
+   std::string stringValue() const {
+      return "Value('Tunnel::IpsecGreTunnelInfo', ** {'gre': " + gre_.stringValue() +
+             ", 'ipsecProfile': '" + ipsecProfile_ + "'})";
+   }
+   std::size_t hash( std::size_t seed = 0 ) const noexcept {
+      return gre_.hash( seed ) * 31 + std::hash< std::string >{}( ipsecProfile_ );
+   }
+
+   friend auto operator<=>( const IpsecGreTunnelInfo &, const IpsecGreTunnelInfo & ) = default;
+   friend bool operator==( const IpsecGreTunnelInfo &, const IpsecGreTunnelInfo & ) = default;
+   friend std::ostream & operator<<( std::ostream & os, const IpsecGreTunnelInfo & i ) {
+      return os << i.stringValue();
+   }
+
+ private:
+   GreTunnelInfo gre_;
+   std::string ipsecProfile_;
+};
+
+} // namespace Tunnel

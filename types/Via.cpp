@@ -1,0 +1,15 @@
+#include "types/Via.h"
+
+namespace Tunnel::TunnelTable {
+
+std::string Via::stringValue() const {
+   return "Value('Tunnel::TunnelTable::Via', ** {'hop': " + hop_.stringValue() +
+          ", 'intfId': " + intfId_.stringValue() + "})";
+}
+
+std::size_t Via::hash( std::size_t seed ) const noexcept {
+   std::size_t h = seed ^ ( intfId_.hash() + 0x9E3779B97F4A7C15ull );
+   return h * 31 + hop_.hash();
+}
+
+} // namespace Tunnel::TunnelTable
