@@ -1,0 +1,55 @@
+#include "types/EncapsulatedTableEntry.h"
+
+#include <sstream>
+
+namespace Tunnel::TunnelTable {
+
+std::uint32_t EncapsulatedTableEntry::igpCostPref() const noexcept {
+   switch ( tunnelId_.tunnelType() ) {
+    case TunnelType::bgpLuTunnel:
+      return bgpLuEntry_.igpCostPref();
+    case TunnelType::ldpTunnel:
+      return ldpEntry_.igpCostPref();
+    case TunnelType::srTunnel:
+    case TunnelType::ospfSrTunnel:
+      return srEntry_.igpCostPref();
+    case TunnelType::nexthopGroupTunnel:
+      return nexthopGroupEntry_.igpCostPref();
+    case TunnelType::srTePolicyTunnel:
+      return srTePolicyEntry_.igpCostPref();
+    case TunnelType::rsvpLerTunnel:
+      return rsvpLerEntry_.igpCostPref();
+    default:
+      return 0;
+   }
+}
+
+Vel::Ptr< ColoredTunnelEndpointSet > EncapsulatedTableEntry::tunnelEndpointSet() const {
+   std::optional< TunnelColor > color;
+   if ( tunnelId_.tunnelType() == TunnelType::srTePolicyTunnel ) {
+      color = srTePolicyEntry_.color();
+   } else if ( tunnelId_.tunnelType() == TunnelType::rsvpLerTunnel ) {
+      color = rsvpLerEntry_.color();
+   }
+   auto teps = Vel::make< ColoredTunnelEndpointSet >();
+   for ( unsigned i = 0; i < entry_.endpointCount(); ++i ) {
+      const auto & tep = entry_.endpoint( i );
+      teps->coloredTepIs( color ? ColoredTunnelEndpoint( tep, *color )
+                                : ColoredTunnelEndpoint( tep ) );
+   }
+   return teps;
+}
+
+std::string EncapsulatedTableEntry::stringValue() const {
+   std::ostringstream os;
+   os << "Value('Tunnel::TunnelTable::EncapsulatedTableEntry', ** {'tunnelId': " << tunnelId_
+      << ", 'entry': " << entry_ << ", 'bgpLuEntry': " << bgpLuEntry_
+      << ", 'srEntry': " << srEntry_ << ", 'ldpEntry': " << ldpEntry_
+      << ", 'rsvpLerEntry': " << rsvpLerEntry_ << ", 'staticEntry': " << staticEntry_
+      << ", 'nexthopGroupEntry': " << nexthopGroupEntry_
+      << ", 'srTePolicyEntry': " << srTePolicyEntry_ << ", 'flexAlgoEntry': " << flexAlgoEntry_
+      << "})";
+   return os.str();
+}
+
+} // namespace Tunnel::TunnelTable
