@@ -8,8 +8,9 @@
 
 namespace Tunnel::TunnelTable {
 
-// The IGP-cost preference a tunnel RIB keeps for the entry: the entry's own
-// value as the RIB's configuration of the entry's table maps it.
+// The IGP-cost preference a tunnel RIB keeps for the entry: the configured
+// one when the RIB maps the IGP-cost preference of the entry's table (mapping
+// 1), else the entry's own. The RIB must be configured with that table.
 std::uint32_t getIgpCostPref( const TunnelId & tunnelId, const EncapsulatedTableEntry & entry,
                               const TunnelRibConfig & config );
 
