@@ -1,0 +1,216 @@
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "ingest/TableEntrySm.h"
+#include "ingest/TunnelTableEntities.h"
+#include "platform/mox/DumpContext.h"
+#include "platform/mox/Task.h"
+#include "platform/mox/TaskScheduler.h"
+#include "platform/vel/Ptr.h"
+#include "platform/vel/Reactor.h"
+#include "rib/TunnelTableEntryFilter.h"
+#include "types/ColoredTunnelEndpoint.h"
+#include "types/EncapsulatedTableEntry.h"
+#include "types/InternalTunnelRib.h"
+#include "types/ProtocolTunnelRibCollection.h"
+#include "types/TunnelEntryPref.h"
+#include "types/TunnelId.h"
+#include "types/TunnelIdColl.h"
+#include "types/TunnelIdToTepEntrySet.h"
+#include "types/TunnelRibBase.h"
+#include "types/TunnelRibConfig.h"
+#include "types/TunnelRibGrStatus.h"
+#include "types/TunnelTableEntry.h"
+
+namespace Tunnel::TunnelTable {
+
+// The core of a tunnel RIB builder. Per tunnel endpoint it keeps every
+// candidate table entry in candidate order and writes the best one, with the
+// candidates of equal preference that may share its ECMP set, into the RIB.
+// Reactors only queue changed tunnel ids; the builder's backlog task reviews
+// them, and its RIB review task refreshes IGP-cost preferences.
+class TunnelRibBuilderSmBase : public TableEntrySm {
+ public:
+   using TunnelIdToTepSetColl = std::unordered_map< TunnelId, Vel::Ptr< TunnelIdToTepEntrySet > >;
+
+   static constexpr Mox::TaskPriority taskPriority{ 2 };
+   static constexpr const char * taskName = "TunnelRibsm";
+   static constexpr const char * tunnelRibReviewTaskName =
+      "Tunnel::TunnelTable::TunnelRibBuilderSm";
+   static constexpr double defaultTunnelReviewDelay = 0.01;
+
+   ~TunnelRibBuilderSmBase() override;
+
+   // The inputs and the output, as given at construction.
+   const Vel::Ptr< TunnelTableEntryFilter > & tunnelTableEntryFilter() const noexcept {
+      return tunnelTableEntryFilter_;
+   }
+   const Vel::Ptr< TunnelRibBase > & tunnelRib() const noexcept { return tunnelRib_; }
+   TunnelRibId tunnelRibId() const noexcept { return tunnelRib_->tunnelRibId(); }
+   const Vel::Ptr< ProtocolTunnelRibCollection > & protoTunnelRibColl() const noexcept {
+      return protoTunnelRibColl_;
+   }
+   const Vel::Ptr< Mox::TaskScheduler > & scheduler() const noexcept { return scheduler_; }
+   const Vel::PtrConst< TunnelRibConfig > & tunnelRibConfig() const noexcept {
+      return tunnelRibConfig_;
+   }
+   const Vel::Ptr< Gr::TunnelRibGrStatus > & tunnelRibGrStatus() const noexcept {
+      return tunnelRibGrStatus_;
+   }
+
+   virtual bool isColored() const { return false; }
+   // The endpoint under which the RIB selects for a tep the table entry
+   // serves: the tep itself in a colored RIB, its prefix alone otherwise.
+   ColoredTunnelEndpoint ribTep( const ColoredTunnelEndpoint & tep ) const {
+      return isColored() ? tep : ColoredTunnelEndpoint( tep.tep() );
+   }
+   // The entry's endpoints as this RIB selects for them, in endpoint order.
+   std::vector< ColoredTunnelEndpoint > ribTeps( const EncapsulatedTableEntry & entry ) const;
+
+   // --- Tunnel ids reported by the protocol reactors.
+   void handleTunnelTableEntry( const TunnelId & tunnelId, TunnelTableIdentifier tunnelTableId,
+                                bool isDeletion ) override;
+   void handleUnprogrammableEntry( const TunnelId & tunnelId ) override;
+   // The filter's preference of the id appeared, changed or went.
+   void handlePreference( TunnelId tunnelId );
+   // A table's IGP-cost preference mapping changed: review the whole RIB.
+   void handleIgpCostPrefMapping( TunnelTableIdentifier table );
+
+   // --- Selection.
+   void updateTunnelRibEntry( TunnelId tunnelId );
+   void doUpdateLocalCollectionsAndTunnelRib( const EncapsulatedTableEntry & entry,
+                                              const ColoredTunnelEndpoint & tep, bool add );
+   // False tells the caller to stop: the per-type RIB has no entry to remove.
+   bool doUpdateProtoTunnelRibColl( const ColoredTunnelEndpoint & tep, TunnelId tunnelId,
+                                    TunnelType tunnelType, bool add );
+   void doUpdateTunnelRibEntry( const EncapsulatedTableEntry & entry,
+                                const ColoredTunnelEndpoint & tep, bool add );
+   void doAddTunnelId( const EncapsulatedTableEntry & entry, const ColoredTunnelEndpoint & tep );
+   // Removes the id from an ECMP entry; true when the entry listed it.
+   bool doDeleteTunnelId( TunnelId tunnelId, const ColoredTunnelEndpoint & tep );
+   void doSelectBestAndUpdateTunnelRib( const ColoredTunnelEndpoint & tep );
+   TunnelEntryPref getPreference( const TunnelTableEntry & entry ) const;
+   // The current protocol entry of the id; empty when its table no longer
+   // holds it.
+   EncapsulatedTableEntry getEntry( TunnelId tunnelId ) const;
+
+   const Vel::Ptr< InternalTunnelRib > & internalTunnelRib() const noexcept {
+      return internalTunnelRib_;
+   }
+   const TunnelIdToTepSetColl & tunnelIdToTepSet() const noexcept { return tunnelIdToTepSet_; }
+   // The teps the id contributes to, or null.
+   Vel::Ptr< TunnelIdToTepEntrySet > tunnelIdToTepSet( TunnelId tunnelId ) const;
+
+   // --- Review backlog.
+   const std::unordered_set< TunnelId > & tunnelForReview() const noexcept {
+      return tunnelForReview_;
+   }
+   void tunnelForReviewIs( TunnelId tunnelId );
+   void tunnelForReviewDel( TunnelId tunnelId ) { tunnelForReview_.erase( tunnelId ); }
+   void tunnelForReviewDelAll() { tunnelForReview_.clear(); }
+   bool tunnelForReviewHas( TunnelId tunnelId ) const {
+      return tunnelForReview_.count( tunnelId ) != 0;
+   }
+   void scheduleTunnelReview();
+   void drainTunnelBacklog();
+   TunnelId tunnelReviewBookmark() const noexcept { return tunnelReviewBookmark_; }
+   double tunnelReviewDelay() const noexcept { return tunnelReviewDelay_; }
+   void tunnelReviewDelayIs( double delay ) noexcept { tunnelReviewDelay_ = delay; }
+
+   // --- RIB review.
+   void doTunnelRibReview();
+   virtual void processTunnelRibReview() = 0;
+   void checkAndUpdateIgpCostPref( const ColoredTunnelEndpoint & tep );
+   const ColoredTunnelEndpoint & tepBookmark() const noexcept { return tepBookmark_; }
+   void tepBookmarkIs( const ColoredTunnelEndpoint & tep ) { tepBookmark_ = tep; }
+
+   const Vel::Ptr< Mox::Task > & task() const noexcept { return task_; }
+   const Vel::Ptr< Mox::Task > & tunnelRibReviewTask() const noexcept {
+      return tunnelRibReviewTask_;
+   }
+   bool initialized() const noexcept { return initialized_; }
+
+   // --- Taking over the RIB.
+   // Run once the builder is built: drops what the RIB holds from before
+   // that nothing supports any more.
+   virtual void initTunnelRib() = 0;
+   void removeStaleEntries( const Vel::Ptr< TunnelRibBase > & rib );
+
+   // --- Hooks of the restart and convergence handling. The backlog task
+   // going idle runs maybeMarkInputProcessedBacklogEmpty().
+   virtual void tunnelRibConvergenceCallback() {}
+   void initializeInputProcessedSm() override;
+
+   virtual void dumpState( Mox::DumpContext & ctx, unsigned indent ) const;
+
+ protected:
+   TunnelRibBuilderSmBase( Vel::PtrConst< TunnelTableEntities > tunnelTableEntities,
+                           Vel::PtrConst< TunnelIdColl > tunnelIdColl,
+                           Vel::Ptr< TunnelTableEntryFilter > tunnelTableEntryFilter,
+                           Vel::Ptr< TunnelRibBase > tunnelRib,
+                           Vel::Ptr< ProtocolTunnelRibCollection > protoTunnelRibColl,
+                           Vel::Ptr< Mox::TaskScheduler > scheduler,
+                           Vel::PtrConst< TunnelRibConfig > tunnelRibConfig,
+                           Vel::Ptr< Gr::TunnelRibGrStatus > tunnelRibGrStatus );
+
+   // Run by the most derived constructor, so that every virtual step reaches
+   // the builder being built.
+   void handleInitialized();
+   void verifyProtoTunnelRibColl() const;
+   // Throws unless the type has a wrapper with a RIB in the collection.
+   void assertProtoTunnelRib( TunnelType tunnelType ) const;
+
+   void taskIs( Mox::TaskPriority priority, const char * name );
+   void taskDel();
+   void tunnelRibReviewTaskIs( Mox::TaskPriority priority, const char * name );
+   void tunnelRibReviewTaskDel();
+   void internalTunnelRibIs() { internalTunnelRib_ = Vel::make< InternalTunnelRib >(); }
+
+   const char * dumpName() const;
+
+ private:
+   enum class Replacement { keep, replace };
+
+   Replacement shouldReplaceTunnelRibEntries( TunnelId existingId, TunnelEntryPref existingPref,
+                                              TunnelId newId, TunnelEntryPref newPref ) const;
+   void removeCandidates( const ColoredTunnelEndpoint & tep, TunnelId tunnelId,
+                          const TunnelEntryPref * keepPref );
+   void handleConfigEntry( TunnelTableIdentifier table );
+
+   Vel::Ptr< TunnelTableEntryFilter > tunnelTableEntryFilter_;
+   Vel::Ptr< TunnelRibBase > tunnelRib_;
+   Vel::Ptr< ProtocolTunnelRibCollection > protoTunnelRibColl_;
+   Vel::Ptr< Mox::TaskScheduler > scheduler_;
+   Vel::PtrConst< TunnelRibConfig > tunnelRibConfig_;
+   Vel::Ptr< Gr::TunnelRibGrStatus > tunnelRibGrStatus_;
+
+   TunnelIdToTepSetColl tunnelIdToTepSet_;
+   Vel::Ptr< InternalTunnelRib > internalTunnelRib_;
+
+   std::unordered_set< TunnelId > tunnelForReview_;
+   TunnelId tunnelReviewBookmark_;
+   ColoredTunnelEndpoint tepBookmark_;
+   double tunnelReviewDelay_ = defaultTunnelReviewDelay;
+   Vel::Ptr< Mox::Task > task_;
+   Vel::Reactor taskRunReactor_;
+   Vel::Reactor taskWorkPendingReactor_;
+   Vel::Ptr< Mox::Task > tunnelRibReviewTask_;
+   Vel::Reactor tunnelRibReviewTaskReactor_;
+   bool initialized_ = false;
+
+   Vel::Reactor preferenceReactor_;
+   Vel::Reactor configReactor_;
+   struct ConfigEntryReactors {
+      Vel::Ptr< TunnelRibProtoEntry > entry;
+      Vel::Reactor igpCostPrefMapping;
+      Vel::Reactor igpCostPref;
+   };
+   std::map< TunnelTableIdentifier, ConfigEntryReactors > configEntryReactors_;
+};
+
+} // namespace Tunnel::TunnelTable
