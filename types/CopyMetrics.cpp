@@ -8,8 +8,11 @@ namespace Tunnel::TunnelTable {
 
 void copyMetrics( const TunnelId & tunnelId, TunnelRibEntry & ribEntry,
                   const IgpTunnelTableEntryBase & igpEntry ) {
-   VEL_TRACE( 8, " updating id: ", tunnelId, ", m: ", igpEntry.m(), ", m2: ", igpEntry.m2(),
-              ", p: ", igpEntry.p(), ", p2: ", igpEntry.p2() );
+   VEL_TRACE_AS( "void Tunnel::TunnelTable::copyMetrics(const Tunnel::TunnelTable::TunnelId&, "
+                 "Tunnel::TunnelTable::TunnelRibEntry&, "
+                 "const Tunnel::TunnelTable::IgpTunnelTableEntryBase&)",
+                 8, " updating id: ", tunnelId, ", m: ", igpEntry.m(), ", m2: ", igpEntry.m2(),
+                 ", p: ", igpEntry.p(), ", p2: ", igpEntry.p2() );
    ribEntry.mIs( igpEntry.m() );
    ribEntry.m2Is( igpEntry.m2() );
    ribEntry.p2Is( igpEntry.p2() );
@@ -23,7 +26,10 @@ void copyMetrics( const TunnelId & tunnelId, TunnelRibEntry & ribEntry,
       const BgpLuTunnelTableEntry & ent = entry.bgpLuEntry();
       VEL_ASSERT( !!ent && ent.contribution() == BgpLuContribution::contributing,
                   "!!ent && ent.contribution() == contributing()" );
-      VEL_TRACE( 8, " updating id: ", tunnelId, ", m: ", ent.m(), ", mt: ", ent.metricType(),
+      VEL_TRACE_AS( "void Tunnel::TunnelTable::copyMetrics(const Tunnel::TunnelTable::TunnelId&, "
+                 "Tunnel::TunnelTable::TunnelRibEntry&, "
+                 "const Tunnel::TunnelTable::IgpTunnelTableEntryBase&)",
+                 8, " updating id: ", tunnelId, ", m: ", ent.m(), ", mt: ", ent.metricType(),
                  ", m2: ", ent.m2(), ", p2: ", ent.p2() );
       ribEntry.mIs( ent.m() );
       ribEntry.metricTypeIs( ent.metricType() );

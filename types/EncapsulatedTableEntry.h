@@ -70,7 +70,8 @@ class EncapsulatedTableEntry {
    // one, uncolored otherwise.
    Vel::Ptr< ColoredTunnelEndpointSet > tunnelEndpointSet() const;
 
-   explicit operator bool() const { return *this != EncapsulatedTableEntry(); }
+   // True when the entry holds more than its tunnel id.
+   explicit operator bool() const { return *this != EncapsulatedTableEntry( tunnelId_ ); }
    friend bool operator==( const EncapsulatedTableEntry &,
                            const EncapsulatedTableEntry & ) = default;
 

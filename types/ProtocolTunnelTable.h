@@ -69,40 +69,74 @@ class ProtocolTunnelTable final : public Base {
 };
 
 // The table types, one per table name: base, identifier, tunnel-type code, name.
-using LdpTunnelTable = ProtocolTunnelTable< TunnelTable< LdpTunnelTableEntry >,
-      TunnelTableIdentifier::ldpTable, TunnelType::ldpTunnel, "ldp" >;
-using IsisSrTunnelTable = ProtocolTunnelTable< SrTunnelTableBase,
-      TunnelTableIdentifier::srTable, TunnelType::srTunnel, "sr" >;
-using OspfSrTunnelTable = ProtocolTunnelTable< SrTunnelTableBase,
-      TunnelTableIdentifier::ospfSrTable, TunnelType::ospfSrTunnel, "ospfSr" >;
-using BgpLuTunnelTable = ProtocolTunnelTable< TunnelTable< BgpLuTunnelTableEntry >,
-      TunnelTableIdentifier::bgpLuTable, TunnelType::bgpLuTunnel, "bgpLu" >;
-using BgpLuPushTunnelTable = ProtocolTunnelTable< TunnelTable< BgpLuPushTunnelTableEntry >,
-      TunnelTableIdentifier::bgpLuPushTable, TunnelType::bgpLuPushTunnel, "bgpLuPush" >;
-using StaticTunnelTable = ProtocolTunnelTable< TunnelTable< StaticTunnelTableEntry >,
-      TunnelTableIdentifier::staticTable, TunnelType::staticTunnel, "static" >;
-using NexthopGroupTunnelTable = ProtocolTunnelTable< TunnelTable< NexthopGroupTunnelTableEntry >,
-      TunnelTableIdentifier::nexthopGroupTable, TunnelType::nexthopGroupTunnel, "nexthopGroup" >;
-using SrTePolicyTunnelTable = ProtocolTunnelTable< TunnelTable< SrTePolicyTunnelTableEntry >,
-      TunnelTableIdentifier::srTePolicyTable, TunnelType::srTePolicyTunnel, "srTePolicy" >;
-using SrTeSegmentListTunnelTable = ProtocolTunnelTable< TunnelTable< SrTeSegmentListTunnelTableEntry >,
-      TunnelTableIdentifier::srTeSegmentListTable, TunnelType::srTeSegmentListTunnel, "srTeSegmentList" >;
-using RsvpLerTunnelTable = ProtocolTunnelTable< TunnelTable< RsvpLerTunnelTableEntry >,
-      TunnelTableIdentifier::rsvpLerTable, TunnelType::rsvpLerTunnel, "rsvpLer" >;
-using RsvpLerSubTunnelTable = ProtocolTunnelTable< TunnelTable< RsvpLerSubTunnelTableEntry >,
-      TunnelTableIdentifier::rsvpLerSubTable, TunnelType::rsvpLerSubTunnel, "rsvpLerSub" >;
-using RsvpFrrTunnelTable = ProtocolTunnelTable< TunnelTable< RsvpFrrTunnelTableEntry >,
-      TunnelTableIdentifier::rsvpFrrTable, TunnelType::rsvpFrrTunnel, "rsvpFrr" >;
-using TiLfaTunnelTable = ProtocolTunnelTable< TunnelTable< TiLfaTunnelTableEntry >,
-      TunnelTableIdentifier::tiLfaTable, TunnelType::tiLfaTunnel, "tiLfa" >;
-using IsisFlexAlgoTunnelTable = ProtocolTunnelTable< TunnelTable< FlexAlgoTunnelTableEntry >,
-      TunnelTableIdentifier::isisFlexAlgoTable, TunnelType::isisFlexAlgoTunnel, "isisFlexAlgoTunnel" >;
-using GreIntfTunnelTable = ProtocolTunnelTable< TunnelTable< GreIntfTunnelTableEntry >,
-      TunnelTableIdentifier::greTunnelInterfaceTable, TunnelType::staticInterfaceTunnel, "greTunnelInterface" >;
-using IpsecGreIntfTunnelTable = ProtocolTunnelTable< TunnelTable< IpsecGreIntfTunnelTableEntry >,
-      TunnelTableIdentifier::ipsecGreTunnelInterfaceTable, TunnelType::staticInterfaceTunnel, "ipsecGreTunnelInterface" >;
-using IpsecVtiIntfTunnelTable = ProtocolTunnelTable< TunnelTable< IpsecVtiIntfTunnelTableEntry >,
-      TunnelTableIdentifier::ipsecVtiTunnelInterfaceTable, TunnelType::staticInterfaceTunnel, "ipsecVtiTunnelInterface" >;
+using LdpTunnelTable =
+   ProtocolTunnelTable< TunnelTable< LdpTunnelTableEntry >,
+                        TunnelTableIdentifier::ldpTable,
+                        TunnelType::ldpTunnel, "ldp" >;
+using IsisSrTunnelTable =
+   ProtocolTunnelTable< SrTunnelTableBase,
+                        TunnelTableIdentifier::srTable,
+                        TunnelType::srTunnel, "sr" >;
+using OspfSrTunnelTable =
+   ProtocolTunnelTable< SrTunnelTableBase,
+                        TunnelTableIdentifier::ospfSrTable,
+                        TunnelType::ospfSrTunnel, "ospfSr" >;
+using BgpLuTunnelTable =
+   ProtocolTunnelTable< TunnelTable< BgpLuTunnelTableEntry >,
+                        TunnelTableIdentifier::bgpLuTable,
+                        TunnelType::bgpLuTunnel, "bgpLu" >;
+using BgpLuPushTunnelTable =
+   ProtocolTunnelTable< TunnelTable< BgpLuPushTunnelTableEntry >,
+                        TunnelTableIdentifier::bgpLuPushTable,
+                        TunnelType::bgpLuPushTunnel, "bgpLuPush" >;
+using StaticTunnelTable =
+   ProtocolTunnelTable< TunnelTable< StaticTunnelTableEntry >,
+                        TunnelTableIdentifier::staticTable,
+                        TunnelType::staticTunnel, "static" >;
+using NexthopGroupTunnelTable =
+   ProtocolTunnelTable< TunnelTable< NexthopGroupTunnelTableEntry >,
+                        TunnelTableIdentifier::nexthopGroupTable,
+                        TunnelType::nexthopGroupTunnel, "nexthopGroup" >;
+using SrTePolicyTunnelTable =
+   ProtocolTunnelTable< TunnelTable< SrTePolicyTunnelTableEntry >,
+                        TunnelTableIdentifier::srTePolicyTable,
+                        TunnelType::srTePolicyTunnel, "srTePolicy" >;
+using SrTeSegmentListTunnelTable =
+   ProtocolTunnelTable< TunnelTable< SrTeSegmentListTunnelTableEntry >,
+                        TunnelTableIdentifier::srTeSegmentListTable,
+                        TunnelType::srTeSegmentListTunnel, "srTeSegmentList" >;
+using RsvpLerTunnelTable =
+   ProtocolTunnelTable< TunnelTable< RsvpLerTunnelTableEntry >,
+                        TunnelTableIdentifier::rsvpLerTable,
+                        TunnelType::rsvpLerTunnel, "rsvpLer" >;
+using RsvpLerSubTunnelTable =
+   ProtocolTunnelTable< TunnelTable< RsvpLerSubTunnelTableEntry >,
+                        TunnelTableIdentifier::rsvpLerSubTable,
+                        TunnelType::rsvpLerSubTunnel, "rsvpLerSub" >;
+using RsvpFrrTunnelTable =
+   ProtocolTunnelTable< TunnelTable< RsvpFrrTunnelTableEntry >,
+                        TunnelTableIdentifier::rsvpFrrTable,
+                        TunnelType::rsvpFrrTunnel, "rsvpFrr" >;
+using TiLfaTunnelTable =
+   ProtocolTunnelTable< TunnelTable< TiLfaTunnelTableEntry >,
+                        TunnelTableIdentifier::tiLfaTable,
+                        TunnelType::tiLfaTunnel, "tiLfa" >;
+using IsisFlexAlgoTunnelTable =
+   ProtocolTunnelTable< TunnelTable< FlexAlgoTunnelTableEntry >,
+                        TunnelTableIdentifier::isisFlexAlgoTable,
+                        TunnelType::isisFlexAlgoTunnel, "isisFlexAlgoTunnel" >;
+using GreIntfTunnelTable =
+   ProtocolTunnelTable< TunnelTable< GreIntfTunnelTableEntry >,
+                        TunnelTableIdentifier::greTunnelInterfaceTable,
+                        TunnelType::staticInterfaceTunnel, "greTunnelInterface" >;
+using IpsecGreIntfTunnelTable =
+   ProtocolTunnelTable< TunnelTable< IpsecGreIntfTunnelTableEntry >,
+                        TunnelTableIdentifier::ipsecGreTunnelInterfaceTable,
+                        TunnelType::staticInterfaceTunnel, "ipsecGreTunnelInterface" >;
+using IpsecVtiIntfTunnelTable =
+   ProtocolTunnelTable< TunnelTable< IpsecVtiIntfTunnelTableEntry >,
+                        TunnelTableIdentifier::ipsecVtiTunnelInterfaceTable,
+                        TunnelType::staticInterfaceTunnel, "ipsecVtiTunnelInterface" >;
 
 // Every mountable protocol table type, one per table name.
 using ProtocolTunnelTables =
