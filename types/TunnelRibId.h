@@ -29,8 +29,7 @@ class TunnelRibId {
    // The id printed with "%u"; it names the RIB's status path.
    std::string stringValue() const { return std::to_string( value_ ); }
 
-   friend constexpr auto operator<=>( TunnelRibId, TunnelRibId ) noexcept = default;
-   friend constexpr bool operator==( TunnelRibId, TunnelRibId ) noexcept = default;
+   // Compared as its number, through the conversion above.
    friend std::ostream & operator<<( std::ostream & os, TunnelRibId id ) {
       return os << id.value_;
    }

@@ -64,7 +64,9 @@ template< class... Parts >
 std::string traceText( const char * signature, const Parts &... parts ) {
    std::ostringstream os;
    os << signature;
-   ( os << ... << parts );
+   if constexpr ( sizeof...( parts ) > 0 ) {
+      ( os << ... << parts );
+   }
    return os.str();
 }
 
