@@ -195,10 +195,44 @@ void TunnelRibBuilderSmBase::handleUnprogrammableEntry( const TunnelId & tunnelI
 }
 
 void TunnelRibBuilderSmBase::handlePreference( TunnelId tunnelId ) {
+   const bool held = tunnelTableEntryFilter_->preferenceHas( tunnelId );
+   if ( held ) {
+      refreshCandidatePreference( tunnelId );
+   }
    // The flag is true while the filter holds the id; it only reaches the
    // trace, and the review finds out the rest.
-   handleTunnelTableEntry( tunnelId, TunnelTableIdentifier::invalidTable,
-                           tunnelTableEntryFilter_->preferenceHas( tunnelId ) );
+   handleTunnelTableEntry( tunnelId, TunnelTableIdentifier::invalidTable, held );
+}
+
+// The id's candidates take its new preference at once, though the RIB waits
+// for the id's review: a selection made for another id before then must
+// rank the id as it now competes. Otherwise a table whose preference changes
+// as a whole could hand an endpoint to one of its tunnels on a preference
+// the tunnel no longer has, which that tunnel's own review then keeps.
+void TunnelRibBuilderSmBase::refreshCandidatePreference( TunnelId tunnelId ) {
+   const auto teps = tunnelIdToTepSet( tunnelId );
+   if ( !teps || !teps->tepSet() || !preferenceCapable( tunnelId.tunnelType() ) ) {
+      return;
+   }
+   const TunnelEntryPref pref =
+      static_cast< std::uint8_t >( tunnelTableEntryFilter_->preference( tunnelId ) );
+   for ( const auto & [ tep, present ] : teps->tepSet()->coloredTep() ) {
+      auto ordered = internalTunnelRib_->entry( tep );
+      if ( !ordered ) {
+         continue;
+      }
+      std::vector< TunnelTableEntry > stale;
+      for ( const auto & [ candidate, held ] : *ordered ) {
+         if ( candidate.tunnelId() == tunnelId && candidate.pref() != pref ) {
+            stale.push_back( candidate );
+         }
+      }
+      for ( TunnelTableEntry candidate : stale ) {
+         ordered->entryDel( candidate );
+         candidate.prefIs( pref );
+         ordered->entryIs( candidate, true );
+      }
+   }
 }
 
 void TunnelRibBuilderSmBase::handleIgpCostPrefMapping( TunnelTableIdentifier table ) {

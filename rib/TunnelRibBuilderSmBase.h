@@ -181,6 +181,7 @@ class TunnelRibBuilderSmBase : public TableEntrySm {
    void removeCandidates( const ColoredTunnelEndpoint & tep, TunnelId tunnelId,
                           const TunnelEntryPref * keepPref );
    void handleConfigEntry( TunnelTableIdentifier table );
+   void refreshCandidatePreference( TunnelId tunnelId );
 
    Vel::Ptr< TunnelTableEntryFilter > tunnelTableEntryFilter_;
    Vel::Ptr< TunnelRibBase > tunnelRib_;

@@ -164,6 +164,30 @@ TEST_F( BuilderTest, PreferenceChangesUnprogrammableIdsAndVanishingTablesMoveThe
    EXPECT_TRUE( h.builder->tunnelIdToTepSet().empty() );
 }
 
+TEST( BuilderPreference, ATableWidePreferenceChangeRanksAllItsTunnelsAnew ) {
+   // Whichever of the table's tunnels the backlog reviews first, the other
+   // table's tunnel ends up between them and wins.
+   for ( std::uint64_t other = 1; other < 20; other += 2 ) {
+      const TunnelId winner = ldp( 10 );
+      RibHarness h;
+      auto ldpTable = h.table< LdpTunnelTable >();
+      ldpTable->entryIs( winner, mplsEntry< LdpTunnelTableEntry >( winner, 10, { "10.0.0.1/32" } ) );
+      ldpTable->entryIs( ldp( other ),
+                         mplsEntry< LdpTunnelTableEntry >( ldp( other ), 20, { "10.0.0.1/32" } ) );
+      h.table< IsisSrTunnelTable >()->entryIs(
+         sr( 1 ), mplsEntry< SrTunnelTableEntry >( sr( 1 ), 25, { "10.0.0.1/32" } ) );
+      h.start();
+      h.drain();
+      ASSERT_EQ( h.idsAt( A ), Ids{ winner } );
+      auto ldpConfig = h.config->entry( TunnelTableIdentifier::ldpTable );
+      ldpConfig->preferenceIs( 30 );
+      ldpConfig->prefMappingIs( 1 );
+      h.drain();
+      EXPECT_EQ( h.idsAt( A ), Ids{ sr( 1 ) } ) << other;
+      EXPECT_EQ( h.at( A ).pref(), 25 );
+   }
+}
+
 TEST_F( BuilderTest, TepsFollowTheEntryAndSelectionFailuresAreAssertions ) {
    putLdp( ldp( 1 ), 10, { "10.0.0.1/32", "10.0.0.2/32" } );
    h.start();
