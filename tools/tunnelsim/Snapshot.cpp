@@ -1,0 +1,92 @@
+#include "tools/tunnelsim/Snapshot.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "tools/tunnelsim/Agent.h"
+#include "types/ColoredTunnelRib.h"
+#include "types/TunnelRib.h"
+
+namespace TunnelSim {
+
+using namespace Tunnel::TunnelTable;
+
+namespace {
+
+template< class Rib >
+void addEntries( const Rib & rib, RibView & view ) {
+   for ( const auto & [ key, entry ] : rib.entry() ) {
+      view.entries.push_back( entry );
+   }
+}
+
+std::string nameOf( const Agent & agent, TunnelRibId id ) {
+   for ( const auto & [ name, namedId ] : agent.ribNameIdMap->names() ) {
+      if ( namedId == id ) {
+         return name.text();
+      }
+   }
+   return {};
+}
+
+} // namespace
+
+Snapshot takeSnapshot( const Agent & agent, const SnapshotOptions & options ) {
+   Snapshot snapshot;
+   snapshot.time = agent.scheduler->now();
+   const std::string prefix = Agent::ribStatusPathPrefix;
+   agent.entityManager->forEachPath( [ & ]( const std::string & path ) {
+      if ( !path.starts_with( prefix ) ) {
+         return;
+      }
+      std::string_view digits( path );
+      digits.remove_prefix( prefix.size() );
+      std::uint32_t id = 0;
+      auto [ end, ec ] = std::from_chars( digits.data(), digits.data() + digits.size(), id );
+      if ( ec != std::errc{} || end != digits.data() + digits.size() ) {
+         return;
+      }
+      RibView view{ id, nameOf( agent, id ), false, {} };
+      if ( auto rib = agent.entityManager->lookup< TunnelRib >( path ) ) {
+         addEntries( *rib, view );
+      } else if ( auto colored = agent.entityManager->lookup< ColoredTunnelRib >( path ) ) {
+         view.colored = true;
+         addEntries( *colored, view );
+      } else {
+         return;
+      }
+      snapshot.ribs.push_back( std::move( view ) );
+   } );
+   std::sort( snapshot.ribs.begin(), snapshot.ribs.end(),
+              []( const RibView & a, const RibView & b ) { return a.id < b.id; } );
+   if ( options.protocolRibs ) {
+      for ( const auto & [ type, wrapper ] : agent.protocolRibs->protocolTunnelRib() ) {
+         RibView view{ TunnelRibId::systemTunnelRib, stringValue( type ), false, {} };
+         if ( wrapper->tunnelRib() ) {
+            addEntries( *wrapper->tunnelRib(), view );
+         }
+         snapshot.protocolRibs.emplace_back( type, std::move( view ) );
+      }
+   }
+   for ( const auto & [ id, seqno ] : agent.tunnelConvergence->tunnelRibConvergenceSeqno() ) {
+      snapshot.convergence[ id ] = seqno;
+   }
+   if ( options.dump ) {
+      snapshot.dump = agent.dump();
+   }
+   return snapshot;
+}
+
+std::map< RibEntryKey, const TunnelRibEntry * > ribEntriesByKey( const Snapshot & snapshot ) {
+   std::map< RibEntryKey, const TunnelRibEntry * > result;
+   for ( const RibView & rib : snapshot.ribs ) {
+      for ( const TunnelRibEntry & entry : rib.entries ) {
+         ColoredTunnelEndpoint key =
+            rib.colored ? entry.coloredTep() : ColoredTunnelEndpoint( entry.tep() );
+         result[ { rib.id, key } ] = &entry;
+      }
+   }
+   return result;
+}
+
+} // namespace TunnelSim

@@ -1,0 +1,195 @@
+#include "tools/tunnelsim/SnapshotPrinter.h"
+
+#include <algorithm>
+#include <sstream>
+#include <vector>
+
+namespace TunnelSim {
+
+using namespace Tunnel::TunnelTable;
+
+namespace {
+
+std::string tunnelIdsText( const TunnelRibEntry & entry, const char * separator ) {
+   std::string text;
+   for ( unsigned i = 0; i < entry.tunnelIdCount(); ++i ) {
+      text += ( i ? separator : "" ) + entry.tunnelId( i ).stringValue();
+   }
+   return text;
+}
+
+std::string timeText( double time ) {
+   std::ostringstream os;
+   os << time;
+   return os.str();
+}
+
+Json ribJson( const RibView & rib ) {
+   Json entries = Json::array();
+   for ( const TunnelRibEntry & entry : rib.entries ) {
+      entries.push_back( ribEntryJson( entry ) );
+   }
+   Json json = Json::object();
+   json[ "name" ] = rib.name.empty() ? Json() : Json( rib.name );
+   json[ "id" ] = rib.id.value();
+   json[ "colored" ] = rib.colored;
+   json[ "entries" ] = std::move( entries );
+   return json;
+}
+
+// Columns sized to their widest cell, two blanks apart.
+class TextTable {
+ public:
+   explicit TextTable( std::vector< std::string > header ) { rows_.push_back( std::move( header ) ); }
+   void add( std::vector< std::string > row ) { rows_.push_back( std::move( row ) ); }
+
+   std::string text( const std::string & indent ) const {
+      std::vector< std::size_t > widths( rows_[ 0 ].size(), 0 );
+      for ( const auto & row : rows_ ) {
+         for ( std::size_t i = 0; i < row.size(); ++i ) {
+            widths[ i ] = std::max( widths[ i ], row[ i ].size() );
+         }
+      }
+      std::string out;
+      for ( const auto & row : rows_ ) {
+         std::string line = indent;
+         for ( std::size_t i = 0; i < row.size(); ++i ) {
+            line += row[ i ];
+            if ( i + 1 < row.size() ) {
+               line += std::string( widths[ i ] - row[ i ].size() + 2, ' ' );
+            }
+         }
+         out += line + "\n";
+      }
+      return out;
+   }
+
+ private:
+   std::vector< std::vector< std::string > > rows_;
+};
+
+std::string ribTable( const RibView & rib, bool showColor ) {
+   if ( rib.entries.empty() ) {
+      return "  (no entries)\n";
+   }
+   std::vector< std::string > header = { "endpoint" };
+   if ( showColor ) {
+      header.push_back( "color" );
+   }
+   for ( const char * column : { "pref", "tunnel ids", "m", "metric type", "m2", "igp cost pref",
+                                 "p2" } ) {
+      header.push_back( column );
+   }
+   TextTable table( header );
+   for ( const TunnelRibEntry & entry : rib.entries ) {
+      std::vector< std::string > row = { entry.tep().stringValue() };
+      if ( showColor ) {
+         row.push_back( entry.coloredTep().colored()
+                           ? std::to_string( entry.coloredTep().color() )
+                           : "-" );
+      }
+      for ( const std::string & cell :
+            { std::to_string( entry.pref().value() ), tunnelIdsText( entry, ", " ),
+              std::to_string( entry.m() ), std::to_string( entry.metricType() ),
+              std::to_string( entry.m2() ), std::to_string( entry.igpCostPref() ),
+              std::to_string( entry.p2() ) } ) {
+         row.push_back( cell );
+      }
+      table.add( std::move( row ) );
+   }
+   return table.text( "  " );
+}
+
+bool anyColor( const RibView & rib ) {
+   return rib.colored || std::any_of( rib.entries.begin(), rib.entries.end(),
+                                      []( const TunnelRibEntry & e ) {
+                                         return e.coloredTep().colored();
+                                      } );
+}
+
+} // namespace
+
+Json ribEntryJson( const TunnelRibEntry & entry ) {
+   Json ids = Json::array();
+   for ( unsigned i = 0; i < entry.tunnelIdCount(); ++i ) {
+      ids.push_back( entry.tunnelId( i ).stringValue() );
+   }
+   const ColoredTunnelEndpoint & tep = entry.coloredTep();
+   Json json = Json::object();
+   json[ "endpoint" ] = tep.tep().stringValue();
+   json[ "color" ] = tep.colored() ? Json( tep.color() ) : Json();
+   json[ "preference" ] = entry.pref().value();
+   json[ "tunnelIds" ] = std::move( ids );
+   json[ "m" ] = entry.m();
+   json[ "metricType" ] = entry.metricType();
+   json[ "m2" ] = entry.m2();
+   json[ "igpCostPref" ] = entry.igpCostPref();
+   json[ "p2" ] = entry.p2();
+   return json;
+}
+
+Json snapshotJson( const Snapshot & snapshot ) {
+   Json json = Json::object();
+   if ( !snapshot.label.empty() ) {
+      json[ "label" ] = snapshot.label;
+   }
+   json[ "step" ] = snapshot.step.empty() ? Json() : Json( snapshot.step );
+   json[ "time" ] = snapshot.time;
+   json[ "ribs" ] = Json::array();
+   for ( const RibView & rib : snapshot.ribs ) {
+      json[ "ribs" ].push_back( ribJson( rib ) );
+   }
+   if ( !snapshot.protocolRibs.empty() ) {
+      Json protocolRibs = Json::object();
+      for ( const auto & [ type, rib ] : snapshot.protocolRibs ) {
+         protocolRibs[ stringValue( type ) ] = ribJson( rib )[ "entries" ];
+      }
+      json[ "protocolRibs" ] = std::move( protocolRibs );
+   }
+   json[ "convergence" ] = Json::object();
+   for ( const auto & [ id, seqno ] : snapshot.convergence ) {
+      json[ "convergence" ][ id.stringValue() ] = seqno;
+   }
+   // The tunnel FIB is not part of the agent yet.
+   json[ "fib" ] = Json();
+   if ( !snapshot.dump.empty() ) {
+      json[ "dump" ] = snapshot.dump;
+   }
+   return json;
+}
+
+std::string snapshotTable( const Snapshot & snapshot ) {
+   std::string title = snapshot.label;
+   std::string where = snapshot.step.empty() ? "end of script" : snapshot.step;
+   if ( title.empty() ) {
+      title = snapshot.step.empty() ? "final state" : "print";
+   }
+   std::string out =
+      "== " + title + " (" + where + ", time " + timeText( snapshot.time ) + " s) ==\n";
+   for ( const RibView & rib : snapshot.ribs ) {
+      out += "RIB " + ( rib.name.empty() ? std::string( "(unnamed)" ) : rib.name ) + " (id " +
+             rib.id.stringValue() + ( rib.colored ? ", colored" : "" ) + ")\n";
+      out += ribTable( rib, anyColor( rib ) );
+   }
+   if ( snapshot.ribs.empty() ) {
+      out += "(no tunnel RIBs)\n";
+   }
+   for ( const auto & [ type, rib ] : snapshot.protocolRibs ) {
+      out += "per-type RIB " + stringValue( type ) + " (of the system RIB)\n";
+      out += ribTable( rib, anyColor( rib ) );
+   }
+   for ( const auto & [ id, seqno ] : snapshot.convergence ) {
+      out += "converged with BGP-LU: RIB id " + id.stringValue() + " at sequence number " +
+             std::to_string( seqno ) + "\n";
+   }
+   out += "FIB: not built yet\n";
+   if ( !snapshot.dump.empty() ) {
+      out += "-- state dump --\n" + snapshot.dump;
+      if ( !snapshot.dump.ends_with( '\n' ) ) {
+         out += "\n";
+      }
+   }
+   return out;
+}
+
+} // namespace TunnelSim

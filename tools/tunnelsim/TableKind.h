@@ -1,0 +1,44 @@
+#pragma once
+
+#include <functional>
+#include <string_view>
+#include <vector>
+
+#include "tools/tunnelsim/JsonValue.h"
+#include "types/TunnelId.h"
+#include "types/TunnelTableIdentifier.h"
+#include "types/TunnelType.h"
+
+namespace TunnelSim {
+
+class Agent;
+
+// A change the scenario makes to the agent's inputs, read and checked before
+// any change is made.
+using Action = std::function< void( Agent & ) >;
+
+// One protocol tunnel table as the scenario knows it: its name, the tunnel
+// type of its ids, and how an entry written in the scenario becomes a write
+// into the table at "tunnel/table/<name>".
+struct TableKind {
+   std::string_view name;
+   Tunnel::TunnelTable::TunnelTableIdentifier tableId;
+   Tunnel::TunnelTable::TunnelType type;
+   // Reads one entry; the action writes it (insert or overwrite).
+   std::function< Action( const JsonValue & entry ) > readEntry;
+   // The action deletes the entry of the id.
+   std::function< Action( Tunnel::TunnelTable::TunnelId id ) > deleteEntry;
+
+   // Whether a tunnel of the id's type is published in this table (the
+   // "rsvpFrr" table also holds the RSVP FRR backup tunnels).
+   bool acceptsId( Tunnel::TunnelTable::TunnelId id ) const;
+   // Reads an id of this table, refusing ids of another type.
+   Tunnel::TunnelTable::TunnelId readId( const JsonValue & value ) const;
+};
+
+// Every protocol table a scenario can write, in the order the docs list them.
+const std::vector< TableKind > & tableKinds();
+// The kind of a table name, refusing, at the value's path, any other name.
+const TableKind & readTableKind( const JsonValue & where, const std::string & name );
+
+} // namespace TunnelSim
