@@ -18,37 +18,38 @@ class PathTracker {
       switch ( event ) {
       case Event::object_start:
       case Event::array_start:
-         countElement();
-         frames_.push_back( Frame{ event == Event::array_start, {}, -1, {} } );
+         frames_.push_back( Frame{ event == Event::array_start, {}, false, 0, {} } );
          break;
       case Event::object_end:
       case Event::array_end:
          frames_.pop_back();
+         valueRead();
          break;
       case Event::key: {
          Frame & frame = frames_.back();
          frame.key = parsed.get< std::string >();
+         frame.keyActive = true;
          if ( !frame.keys.insert( frame.key ).second ) {
             throw ScenarioError( path(), "this key appears twice in its object" );
          }
          break;
       }
       case Event::value:
-         countElement();
+         valueRead();
          break;
       }
       return true;
    }
 
-   // The path of the value being read.
+   // The path of the value being read: in an array, the element after the
+   // ones read; in an object, the value of the last key, or the object
+   // itself while the next key is awaited.
    std::string path() const {
       std::string result = "$";
       for ( const Frame & frame : frames_ ) {
          if ( frame.array ) {
-            if ( frame.index >= 0 ) {
-               result += "[" + std::to_string( frame.index ) + "]";
-            }
-         } else if ( !frame.keys.empty() ) {
+            result += "[" + std::to_string( frame.elementsRead ) + "]";
+         } else if ( frame.keyActive ) {
             result = memberPath( result, frame.key );
          }
       }
@@ -59,13 +60,20 @@ class PathTracker {
    struct Frame {
       bool array;
       std::string key;
-      long index;
+      bool keyActive;
+      std::size_t elementsRead;
       std::set< std::string > keys;
    };
 
-   void countElement() {
-      if ( !frames_.empty() && frames_.back().array ) {
-         ++frames_.back().index;
+   void valueRead() {
+      if ( frames_.empty() ) {
+         return;
+      }
+      Frame & frame = frames_.back();
+      if ( frame.array ) {
+         ++frame.elementsRead;
+      } else {
+         frame.keyActive = false;
       }
    }
 
@@ -106,6 +114,13 @@ Json parseJson( const std::string & text ) {
       throw ScenarioError( tracker.path(), "not valid JSON (line " + std::to_string( line ) +
                                               ", column " + std::to_string( column ) +
                                               "): " + reason );
+   } catch ( const nlohmann::json::exception & e ) {
+      // A number too large for any JSON number type.
+      std::string reason = e.what();
+      if ( auto bracket = reason.find( "] " ); bracket != std::string::npos ) {
+         reason = reason.substr( bracket + 2 );
+      }
+      throw ScenarioError( tracker.path(), "not valid JSON: " + reason );
    }
 }
 

@@ -1,7 +1,5 @@
 #include "tools/tunnelsim/JsonValue.h"
 
-#include <cmath>
-
 #include "tools/tunnelsim/ScenarioError.h"
 
 namespace TunnelSim {
@@ -13,7 +11,7 @@ std::string describe( const Json & json ) {
    case Json::value_t::object:
       return "an object";
    case Json::value_t::array:
-      return "an array";
+      return json.empty() ? "an empty list" : "a list of " + std::to_string( json.size() );
    case Json::value_t::null:
       return "null";
    default:
@@ -88,11 +86,11 @@ std::uint64_t JsonValue::unsignedNumber( std::uint64_t max ) const {
 double JsonValue::seconds() const {
    if ( json_->is_number() ) {
       double value = json_->get< double >();
-      if ( std::isfinite( value ) && value >= 0 ) {
+      if ( value >= 0 && value <= maxSeconds ) {
          return value;
       }
    }
-   fail( "a number of seconds, zero or more" );
+   fail( "a number of seconds from 0 to 1000000000" );
 }
 
 std::vector< JsonValue > JsonValue::elements( std::string_view what ) const {

@@ -39,7 +39,9 @@ class JsonValue {
    bool boolean() const;
    // An integer from 0 to max.
    std::uint64_t unsignedNumber( std::uint64_t max ) const;
-   // A finite number of seconds, zero or more.
+   // A number of seconds from 0 to maxSeconds (some thirty years, so that
+   // the agent's time stays finite).
+   static constexpr double maxSeconds = 1e9;
    double seconds() const;
 
    std::vector< JsonValue > elements( std::string_view what ) const;

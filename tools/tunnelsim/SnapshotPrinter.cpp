@@ -68,7 +68,10 @@ class TextTable {
    std::vector< std::vector< std::string > > rows_;
 };
 
-std::string ribTable( const RibView & rib, bool showColor ) {
+// A per-type RIB only lists which tunnels of its type reach each endpoint.
+enum class Columns { all, tunnelIdsOnly };
+
+std::string ribTable( const RibView & rib, bool showColor, Columns columns = Columns::all ) {
    if ( rib.entries.empty() ) {
       return "  (no entries)\n";
    }
@@ -76,9 +79,13 @@ std::string ribTable( const RibView & rib, bool showColor ) {
    if ( showColor ) {
       header.push_back( "color" );
    }
-   for ( const char * column : { "pref", "tunnel ids", "m", "metric type", "m2", "igp cost pref",
-                                 "p2" } ) {
-      header.push_back( column );
+   if ( columns == Columns::tunnelIdsOnly ) {
+      header.push_back( "tunnel ids" );
+   } else {
+      for ( const char * column :
+            { "pref", "tunnel ids", "m", "metric type", "m2", "igp cost pref", "p2" } ) {
+         header.push_back( column );
+      }
    }
    TextTable table( header );
    for ( const TunnelRibEntry & entry : rib.entries ) {
@@ -87,6 +94,11 @@ std::string ribTable( const RibView & rib, bool showColor ) {
          row.push_back( entry.coloredTep().colored()
                            ? std::to_string( entry.coloredTep().color() )
                            : "-" );
+      }
+      if ( columns == Columns::tunnelIdsOnly ) {
+         row.push_back( tunnelIdsText( entry, ", " ) );
+         table.add( std::move( row ) );
+         continue;
       }
       for ( const std::string & cell :
             { std::to_string( entry.pref().value() ), tunnelIdsText( entry, ", " ),
@@ -142,7 +154,14 @@ Json snapshotJson( const Snapshot & snapshot ) {
    if ( !snapshot.protocolRibs.empty() ) {
       Json protocolRibs = Json::object();
       for ( const auto & [ type, rib ] : snapshot.protocolRibs ) {
-         protocolRibs[ stringValue( type ) ] = ribJson( rib )[ "entries" ];
+         Json entries = Json::array();
+         for ( const TunnelRibEntry & entry : rib.entries ) {
+            Json json = ribEntryJson( entry );
+            entries.push_back( Json{ { "endpoint", json[ "endpoint" ] },
+                                     { "color", json[ "color" ] },
+                                     { "tunnelIds", json[ "tunnelIds" ] } } );
+         }
+         protocolRibs[ stringValue( type ) ] = std::move( entries );
       }
       json[ "protocolRibs" ] = std::move( protocolRibs );
    }
@@ -175,8 +194,10 @@ std::string snapshotTable( const Snapshot & snapshot ) {
       out += "(no tunnel RIBs)\n";
    }
    for ( const auto & [ type, rib ] : snapshot.protocolRibs ) {
-      out += "per-type RIB " + stringValue( type ) + " (of the system RIB)\n";
-      out += ribTable( rib, anyColor( rib ) );
+      if ( !rib.entries.empty() ) {
+         out += "per-type RIB " + stringValue( type ) + " (of the system RIB)\n";
+         out += ribTable( rib, anyColor( rib ), Columns::tunnelIdsOnly );
+      }
    }
    for ( const auto & [ id, seqno ] : snapshot.convergence ) {
       out += "converged with BGP-LU: RIB id " + id.stringValue() + " at sequence number " +
