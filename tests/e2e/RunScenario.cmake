@@ -1,7 +1,8 @@
-# Runs one end-to-end scenario and compares what tunnelsim writes with
+# Runs one end-to-end scenario, with the options in ARGS or in
+# ${DIR}/${TEST}.args, and compares what tunnelsim writes with
 # ${DIR}/${TEST}.out: stdout, then "[stderr]" and stderr when there is any,
 # then "[exit N]" when the status is not 0.
-set(args "")
+separate_arguments(args UNIX_COMMAND "${ARGS}")
 if(EXISTS ${DIR}/${TEST}.args)
   file(READ ${DIR}/${TEST}.args args_text)
   separate_arguments(args UNIX_COMMAND "${args_text}")
