@@ -153,6 +153,7 @@ Snapshot Runner::snapshotAt( const Agent & agent, const Step * step ) const {
    Snapshot snapshot = takeSnapshot( agent, options );
    if ( step ) {
       snapshot.step = step->path;
+      snapshot.verb = step->verb;
       snapshot.label = step->label;
    }
    return snapshot;
@@ -266,7 +267,7 @@ int Runner::stream( const std::optional< std::string > & file, std::istream & in
       write( Json{ { "line", line },
                    { "done", true },
                    { "changes", changes.size() },
-                   { "time", agent.scheduler->now() } } );
+                   { "time", roundedTime( agent.scheduler->now() ) } } );
       return after;
    };
 

@@ -29,8 +29,10 @@ struct RibView {
 // order, and what else was asked for.
 struct Snapshot {
    std::string label;
-   // Where in the script the print stands; empty for the final print.
+   // Where in the script the print stands, and its verb ("print", "dump");
+   // both empty for the final print.
    std::string step;
+   std::string verb;
    double time = 0;
    std::vector< RibView > ribs;
    // The system RIB's per-type RIBs, when asked for.

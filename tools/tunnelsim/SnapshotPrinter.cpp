@@ -1,6 +1,7 @@
 #include "tools/tunnelsim/SnapshotPrinter.h"
 
 #include <algorithm>
+#include <cmath>
 #include <sstream>
 #include <vector>
 
@@ -20,7 +21,7 @@ std::string tunnelIdsText( const TunnelRibEntry & entry, const char * separator 
 
 std::string timeText( double time ) {
    std::ostringstream os;
-   os << time;
+   os << roundedTime( time );
    return os.str();
 }
 
@@ -121,6 +122,10 @@ bool anyColor( const RibView & rib ) {
 
 } // namespace
 
+// Time to the microsecond: the scheduler's delays are sums of short decimal
+// steps that binary fractions only approximate.
+double roundedTime( double time ) { return std::round( time * 1e6 ) / 1e6; }
+
 Json ribEntryJson( const TunnelRibEntry & entry ) {
    Json ids = Json::array();
    for ( unsigned i = 0; i < entry.tunnelIdCount(); ++i ) {
@@ -146,7 +151,7 @@ Json snapshotJson( const Snapshot & snapshot ) {
       json[ "label" ] = snapshot.label;
    }
    json[ "step" ] = snapshot.step.empty() ? Json() : Json( snapshot.step );
-   json[ "time" ] = snapshot.time;
+   json[ "time" ] = roundedTime( snapshot.time );
    json[ "ribs" ] = Json::array();
    for ( const RibView & rib : snapshot.ribs ) {
       json[ "ribs" ].push_back( ribJson( rib ) );
@@ -181,7 +186,7 @@ std::string snapshotTable( const Snapshot & snapshot ) {
    std::string title = snapshot.label;
    std::string where = snapshot.step.empty() ? "end of script" : snapshot.step;
    if ( title.empty() ) {
-      title = snapshot.step.empty() ? "final state" : "print";
+      title = snapshot.step.empty() ? "final state" : snapshot.verb;
    }
    std::string out =
       "== " + title + " (" + where + ", time " + timeText( snapshot.time ) + " s) ==\n";

@@ -12,6 +12,8 @@ namespace TunnelSim {
 //   "igpCostPref", "p2" }
 Json ribEntryJson( const Tunnel::TunnelTable::TunnelRibEntry & entry );
 Json snapshotJson( const Snapshot & snapshot );
+// The agent's time as printed: seconds, to the microsecond.
+double roundedTime( double time );
 // Aligned tables for a person.
 std::string snapshotTable( const Snapshot & snapshot );
 
