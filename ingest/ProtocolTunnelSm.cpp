@@ -35,12 +35,12 @@ void ProtocolTunnelSm::handleTunnelEntry() {
 }
 
 void ProtocolTunnelSm::propagateQuiescedNotification() {
-   VEL_TRACE( 8, "" );
+   VEL_TRACE( 8 );
    VEL_ASSERT( false, "Should be implemented by derived class" );
 }
 
 void ProtocolTunnelSm::initializeGrAttrs() {
-   VEL_TRACE( 8, "" );
+   VEL_TRACE( 8 );
    VEL_ASSERT( false, "Should be implemented by derived class" );
 }
 

@@ -65,14 +65,14 @@ void TableEntrySm::initializeInputProcessedSm() {
 }
 
 void TableEntrySm::maybeMarkInputProcessedBacklogEmpty() {
-   VEL_TRACE( 8, "" );
+   VEL_TRACE( 8 );
    VEL_ASSERT( !inputProcessedStatus_,
                "Should be Implemented by derived class if inputProcessedStatus "
                "is in use" );
 }
 
 void TableEntrySm::markGrStatusBacklogEmpty() {
-   VEL_TRACE( 8, "" );
+   VEL_TRACE( 8 );
    VEL_ASSERT( !inputProcessedStatus_,
                "Should be Implemented by derived class if inputProcessedStatus "
                "is in use" );
@@ -112,7 +112,7 @@ void TableEntrySm::handleTunnelTableEntity( const Vel::String & name ) {
 }
 
 void TableEntrySm::handleTunnelTableEntity() {
-   VEL_TRACE( 8, "" );
+   VEL_TRACE( 8 );
    tunnelTableEntities_->tunnelTable().forEachKey(
       [ this ]( const Vel::String & name ) { handleTunnelTableEntity( name ); } );
 }
