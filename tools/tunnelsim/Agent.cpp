@@ -47,7 +47,7 @@ void Agent::restart() {
 
 std::string Agent::dump() const {
    if ( !ribConfigDirSm_ ) {
-      return {};
+      return "(the agent's machines are stopped)\n";
    }
    Mox::DumpContext context;
    ribConfigDirSm_->dumpState( context, 0 );

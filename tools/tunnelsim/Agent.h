@@ -50,7 +50,7 @@ class Agent {
                                             std::string( Table::tableName ) );
    }
 
-   // The machines' state dump, empty while they are stopped.
+   // The machines' state dump.
    std::string dump() const;
 
    const Vel::Ptr< Mox::TaskScheduler > scheduler;

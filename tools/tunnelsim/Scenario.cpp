@@ -422,7 +422,8 @@ Scenario readScenario( const JsonValue & document ) {
    if ( auto script = object.get( "script" ) ) {
       for ( const JsonValue & step : script->elements( "a script: a list of steps" ) ) {
          scenario.script.push_back( readStep( step ) );
-         scenario.printsAnything |= scenario.script.back().kind == Step::Kind::print;
+         Step::Kind kind = scenario.script.back().kind;
+         scenario.printsAnything |= kind == Step::Kind::print || kind == Step::Kind::dump;
       }
    }
    return scenario;
