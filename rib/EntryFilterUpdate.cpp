@@ -98,7 +98,7 @@ void handleConfigPreferences( TunnelRibId rib, TunnelTableIdentifier table, Tunn
 void appRibUpdateEntryFilter( TunnelRibId rib, const RsvpLerTunnelTable & table, TunnelId tid,
                               TunnelTableEntryFilter & filter,
                               const TunnelRibProtoEntry & protoEntry ) {
-   VEL_TRACE( 8, "" );
+   VEL_TRACE( 8 );
    if ( tid != TunnelId() ) {
       appRibUpdateEntryHelper( rib, table, tid, filter, protoEntry );
       return;

@@ -44,7 +44,7 @@ void updateEntryFilterHelper( const Table & table, TunnelId tid, TunnelTableEntr
 template< class Table >
 void updateEntryFilter( const Table & table, TunnelId tid, TunnelTableEntryFilter & filter,
                         const TunnelRibProtoEntry & protoEntry ) {
-   VEL_TRACE( 8, "" );
+   VEL_TRACE( 8 );
    if ( tid != TunnelId() ) {
       updateEntryFilterHelper( table, tid, filter, protoEntry );
       return;

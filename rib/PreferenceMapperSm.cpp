@@ -27,7 +27,7 @@ PreferenceMapperSm::~PreferenceMapperSm() {
 }
 
 void PreferenceMapperSm::handleInitialized() {
-   VEL_TRACE( 8, "" );
+   VEL_TRACE( 8 );
    for ( const auto & [ table, entry ] : tunnelRibConfig_->entry() ) {
       configEntryReactorsIs( table, entry );
    }
@@ -68,7 +68,7 @@ void PreferenceMapperSm::handleRibConfigEntry( TunnelTableIdentifier table ) {
 void PreferenceMapperSm::handleTunnelTableEntry( const TunnelId & tunnelId,
                                                  TunnelTableIdentifier tunnelTableId,
                                                  bool isDeletion ) {
-   VEL_TRACE( 8, "" );
+   VEL_TRACE( 8 );
    auto protoEntry = tunnelRibConfig_->entry( tunnelTableId );
    // A tunnel that goes leaves the filter even when its table is no longer
    // configured: the table's reactor reports its tunnels gone only after the
@@ -97,7 +97,7 @@ void PreferenceMapperSm::handlePrefMapping( TunnelTableIdentifier table ) {
 }
 
 void PreferenceMapperSm::handlePrefMapping() {
-   VEL_TRACE( 8, "" );
+   VEL_TRACE( 8 );
    tunnelRibConfig_->entry().forEachKey(
       [ this ]( const TunnelTableIdentifier & table ) { handlePrefMapping( table ); } );
 }

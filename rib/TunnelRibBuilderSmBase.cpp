@@ -103,7 +103,7 @@ void TunnelRibBuilderSmBase::handleConfigEntry( TunnelTableIdentifier table ) {
 }
 
 void TunnelRibBuilderSmBase::handleInitialized() {
-   VEL_TRACE( 8, "" );
+   VEL_TRACE( 8 );
    taskIs( taskPriority, taskName );
    internalTunnelRibIs();
    verifyProtoTunnelRibColl();
@@ -116,7 +116,7 @@ void TunnelRibBuilderSmBase::handleInitialized() {
 }
 
 void TunnelRibBuilderSmBase::verifyProtoTunnelRibColl() const {
-   VEL_TRACE( 8, "" );
+   VEL_TRACE( 8 );
    if ( !protoTunnelRibColl_ ) {
       return;
    }
@@ -639,7 +639,7 @@ bool TunnelRibBuilderSmBase::doDeleteTunnelId( TunnelId tunnelId,
 }
 
 void TunnelRibBuilderSmBase::doSelectBestAndUpdateTunnelRib( const ColoredTunnelEndpoint & tep ) {
-   VEL_TRACE( 8, "" );
+   VEL_TRACE( 8 );
    const auto ordered = internalTunnelRib_->entry( tep );
    if ( !ordered ) {
       VEL_TRACE( 8, "No table entry is contributing for tep: ", tep );
@@ -681,7 +681,7 @@ void TunnelRibBuilderSmBase::doSelectBestAndUpdateTunnelRib( const ColoredTunnel
 }
 
 TunnelEntryPref TunnelRibBuilderSmBase::getPreference( const TunnelTableEntry & entry ) const {
-   VEL_TRACE( 8, "" );
+   VEL_TRACE( 8 );
    const TunnelId id = entry.tunnelId();
    if ( !preferenceCapable( id.tunnelType() ) ) {
       VEL_TRACE( 8, " Something wrong going on. Unknown Tunnel Type ", id.tunnelType() );
@@ -702,12 +702,8 @@ const char * TunnelRibBuilderSmBase::dumpName() const {
 }
 
 void TunnelRibBuilderSmBase::dumpState( Mox::DumpContext & ctx, unsigned indent ) const {
-   const int width = static_cast< int >( indent );
-   ctx.printf( "%*c%s tunnelRibId %u\n", width, ' ', dumpName(), tunnelRibId().value() );
-   ctx.printf( "%*c  tunnelForReview #%zu\n", width, ' ', tunnelForReview_.size() );
-   ctx.printf( "%*c  internalTunnelRib #%zu\n", width, ' ',
-               internalTunnelRib_ ? internalTunnelRib_->size() : std::size_t( 0 ) );
-   ctx.printf( "%*c  tunnelIdToTepSet #%zu\n", width, ' ', tunnelIdToTepSet_.size() );
+   ctx.printf( "%*c%s tunnelRibId %u tunnelForReview %zu\n", static_cast< int >( indent ), ' ',
+               dumpName(), tunnelRibId().value(), tunnelForReview_.size() );
 }
 
 } // namespace Tunnel::TunnelTable

@@ -1,6 +1,9 @@
 #include "rib/TunnelRibSm.h"
 
+#include "platform/vel/Clock.h"
 #include "platform/vel/Trace.h"
+#include "rib/ColoredTunnelRibBuilderSm.h"
+#include "rib/TunnelRibBuilderSm.h"
 #include "types/TunnelTableIdentifier.h"
 
 namespace Tunnel::TunnelTable {
@@ -32,6 +35,8 @@ TunnelRibSm::~TunnelRibSm() {
    ribConfigReactor_.zombieIs();
    tableTypeFilterDel();
    tunnelTablesMountSmDel();
+   tableEntryFilterDel();
+   preferenceMapperSmDel();
 }
 
 void TunnelRibSm::handleInitialized() {
@@ -41,6 +46,10 @@ void TunnelRibSm::handleInitialized() {
    handleRibConfig();
    tunnelTablesMountSmIs( tunnelTableInfoColl_, tableTypeFilter_, entityManager_,
                           tunnelTableEntities_ );
+   tableEntryFilterIs();
+   preferenceMapperSmIs( tunnelTableEntities_, tunnelIdColl_, tunnelRibConfig_, tableEntryFilter_,
+                         tunnelRib_->tunnelRibId() );
+   tunnelRibBuilderSmIs();
 }
 
 void TunnelRibSm::handleRibConfig() {
@@ -83,12 +92,47 @@ void TunnelRibSm::tunnelTablesMountSmIs(
 
 void TunnelRibSm::tunnelTablesMountSmDel() { tunnelTablesMountSm_.reset(); }
 
+void TunnelRibSm::tableEntryFilterIs() { tableEntryFilter_ = tunnelTableEntryFilterFactory(); }
+
+void TunnelRibSm::tableEntryFilterDel() { tableEntryFilter_.reset(); }
+
+void TunnelRibSm::preferenceMapperSmIs( Vel::PtrConst< TunnelTableEntities > tunnelTableEntities,
+                                        Vel::PtrConst< TunnelIdColl > tunnelIdColl,
+                                        Vel::PtrConst< TunnelRibConfig > tunnelRibConfig,
+                                        Vel::Ptr< TunnelTableEntryFilter > tableEntryFilter,
+                                        TunnelRibId tunnelRibId ) {
+   preferenceMapperSm_ = preferenceMapperSmFactory(
+      std::move( tunnelTableEntities ), std::move( tunnelIdColl ), std::move( tunnelRibConfig ),
+      std::move( tableEntryFilter ), tunnelRibId );
+}
+
+void TunnelRibSm::preferenceMapperSmDel() { preferenceMapperSm_.reset(); }
+
+void TunnelRibSm::tunnelRibBuilderSmIs() {
+   if ( tunnelRib_->isColored() ) {
+      // A colored RIB never reports convergence, so it never sees its inputs.
+      tunnelRibBuilderSm_ = coloredTunnelRibBuilderSmFactory(
+         tunnelTableEntities_, tunnelIdColl_, tableEntryFilter_, tunnelRib_, protoTunnelRibColl_,
+         scheduler_, tunnelRibConfig_, tunnelRibGrStatus_ );
+   } else {
+      tunnelRibBuilderSm_ = tunnelRibBuilderSmFactory(
+         tunnelTableEntities_, tunnelIdColl_, tableEntryFilter_, tunnelRib_, protoTunnelRibColl_,
+         scheduler_, tunnelRibConfig_, tunnelRibGrStatus_, bgpLuConvergence_, tunnelConvergence_,
+         Vel::make< Vel::Clock >( scheduler_ ) );
+   }
+}
+
+void TunnelRibSm::tunnelRibBuilderSmDel() { tunnelRibBuilderSm_.reset(); }
+
 void TunnelRibSm::dumpState( Mox::DumpContext & ctx, int indent ) const {
    if ( indent > 0 ) {
       ctx.printf( "%*cTunnelRibSm tunnelRibId %u\n", indent, ' ',
                   tunnelRib_->tunnelRibId().value() );
    } else {
       ctx.printf( "TunnelRibSm tunnelRibId %u\n", tunnelRib_->tunnelRibId().value() );
+   }
+   if ( tunnelRibBuilderSm_ ) {
+      tunnelRibBuilderSm_->dumpState( ctx, static_cast< unsigned >( indent + 2 ) );
    }
 }
 

@@ -16,6 +16,9 @@
 #include "ingest/TunnelTableEntities.h"
 #include "ingest/TunnelTableTypeFilter.h"
 #include "ingest/TunnelTablesMountSm.h"
+#include "rib/PreferenceMapperSm.h"
+#include "rib/TunnelRibBuilderSmBase.h"
+#include "rib/TunnelTableEntryFilter.h"
 
 namespace Tunnel::TunnelTable {
 
@@ -48,6 +51,17 @@ class TunnelRibSm : public Vel::PtrInterface {
                                Vel::Ptr< Statix::EntityManager > entityManager,
                                Vel::Ptr< TunnelTableEntities > tunnelTableEntities );
    void tunnelTablesMountSmDel();
+   void tableEntryFilterIs();
+   void tableEntryFilterDel();
+   void preferenceMapperSmIs( Vel::PtrConst< TunnelTableEntities > tunnelTableEntities,
+                              Vel::PtrConst< TunnelIdColl > tunnelIdColl,
+                              Vel::PtrConst< TunnelRibConfig > tunnelRibConfig,
+                              Vel::Ptr< TunnelTableEntryFilter > tableEntryFilter,
+                              TunnelRibId tunnelRibId );
+   void preferenceMapperSmDel();
+   // The colored builder for a colored RIB, the uncolored one otherwise.
+   void tunnelRibBuilderSmIs();
+   void tunnelRibBuilderSmDel();
 
    void dumpState( Mox::DumpContext & ctx, int indent ) const;
 
@@ -70,6 +84,15 @@ class TunnelRibSm : public Vel::PtrInterface {
    const Vel::Ptr< TunnelTablesMountSm > & tunnelTablesMountSm() const noexcept {
       return tunnelTablesMountSm_;
    }
+   const Vel::Ptr< TunnelTableEntryFilter > & tableEntryFilter() const noexcept {
+      return tableEntryFilter_;
+   }
+   const Vel::Ptr< PreferenceMapperSm > & preferenceMapperSm() const noexcept {
+      return preferenceMapperSm_;
+   }
+   const Vel::Ptr< TunnelRibBuilderSmBase > & tunnelRibBuilderSm() const noexcept {
+      return tunnelRibBuilderSm_;
+   }
 
  private:
    // Given at construction, never changed.
@@ -87,6 +110,9 @@ class TunnelRibSm : public Vel::PtrInterface {
    Vel::Ptr< TunnelTableEntities > tunnelTableEntities_;
    Vel::Ptr< TunnelTableTypeFilter > tableTypeFilter_;
    Vel::Ptr< TunnelTablesMountSm > tunnelTablesMountSm_;
+   Vel::Ptr< TunnelTableEntryFilter > tableEntryFilter_;
+   Vel::Ptr< PreferenceMapperSm > preferenceMapperSm_;
+   Vel::Ptr< TunnelRibBuilderSmBase > tunnelRibBuilderSm_;
 
    Vel::Reactor ribConfigReactor_;
 };

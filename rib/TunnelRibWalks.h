@@ -25,7 +25,7 @@ inline ColoredTunnelEndpoint tepBookmarkOf( const ColoredTunnelEndpoint & key ) 
 template< class Rib >
 void processTunnelRibTReview( const Rib & rib, const typename Rib::Table::Key & key,
                               TunnelRibBuilderSmBase & builder ) {
-   VEL_TRACE( 8, "" );
+   VEL_TRACE( 8 );
    const auto & entries = rib.entry().map();
    auto current = entries.begin();
    if ( builder.tepBookmark() != ColoredTunnelEndpoint() ) {

@@ -116,7 +116,9 @@ TEST_F( ConfigDirFixture, DumpAndTraceTexts ) {
    EXPECT_EQ( top.text(), "TunnelRibConfigDirSm\n"
                           "  TunnelRibSm #2\n"
                           "    TunnelRibSm tunnelRibId 0\n"
-                          "    TunnelRibSm tunnelRibId 3\n" );
+                          "      TunnelRibBuilderSm tunnelRibId 0 tunnelForReview 0\n"
+                          "    TunnelRibSm tunnelRibId 3\n"
+                          "      TunnelRibBuilderSm tunnelRibId 3 tunnelForReview 0\n" );
    Mox::DumpContext nested;
    sm->dumpState( nested, 2 );
    EXPECT_EQ( nested.text().substr( 0, 25 ), "  TunnelRibConfigDirSm\n  " );
