@@ -110,11 +110,11 @@ std::optional< std::string > Runner::guarded( const std::function< void() > & f 
    try {
       f();
    } catch ( const Vel::AssertionError & e ) {
-      return std::string( "assertion \"" ) + e.what() + "\" failed";
+      return std::string( "assertion failed: " ) + e.what();
    } catch ( const Vel::RangeException & e ) {
-      return std::string( "range error \"" ) + e.what() + "\"";
+      return std::string( "range error: " ) + e.what();
    } catch ( const std::exception & e ) {
-      return std::string( "error \"" ) + e.what() + "\"";
+      return std::string( "error: " ) + e.what();
    }
    return std::nullopt;
 }
