@@ -115,7 +115,7 @@ void TunnelRibBuilderSmBase::handleInitialized() {
    initialized_ = true;
 }
 
-void TunnelRibBuilderSmBase::verifyProtoTunnelRibColl() const {
+void TunnelRibBuilderSmBase::verifyProtoTunnelRibColl() {
    VEL_TRACE( 8 );
    if ( !protoTunnelRibColl_ ) {
       return;

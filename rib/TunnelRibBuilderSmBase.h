@@ -161,7 +161,7 @@ class TunnelRibBuilderSmBase : public TableEntrySm {
    // Run by the most derived constructor, so that every virtual step reaches
    // the builder being built.
    void handleInitialized();
-   void verifyProtoTunnelRibColl() const;
+   void verifyProtoTunnelRibColl();
    // Throws unless the type has a wrapper with a RIB in the collection.
    void assertProtoTunnelRib( TunnelType tunnelType ) const;
 
