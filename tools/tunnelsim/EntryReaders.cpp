@@ -30,12 +30,21 @@ std::uint32_t u32( const JsonObject & object, std::string_view name ) {
    return static_cast< std::uint32_t >( object.unsignedOr( name, u32Max, 0 ) );
 }
 
+std::uint8_t u8( const JsonObject & object, std::string_view name ) {
+   return static_cast< std::uint8_t >( object.unsignedOr( name, u8Max, 0 ) );
+}
+
+Korvo::IpGenAddr addressOf( const JsonObject & object, std::string_view name ) {
+   auto field = object.get( name );
+   return field ? readAddress( *field ) : Korvo::IpGenAddr();
+}
+
 // The generic part that most kinds share: "id", "pref" (the type's default
 // preference when absent), "endpoints" and "instance".
 TunnelTableEntry readGeneric( const JsonObject & object, const TableKind & table ) {
    TunnelId id = table.readId( object.required( "id" ) );
    auto pref = static_cast< std::uint8_t >(
-      object.unsignedOr( "pref", u8Max, getDefaultPrefForType( id.tunnelType() ).value() ) );
+      object.unsignedOr( "pref", u8Max, getDefaultPrefForType( id.tunnelType() ) ) );
    TunnelTableEntry entry( id, pref );
    entry.instanceIs( object.unsignedOr( "instance", u64Max, 0 ) );
    if ( auto endpoints = object.get( "endpoints" ) ) {
@@ -100,7 +109,8 @@ Entry readIgpEntry( const JsonValue & value, const TableKind & table ) {
 
 template< class Entry, class ReadInfo >
 Entry readInterfaceEntry( const JsonValue & value, const TableKind & table,
-                          std::initializer_list< std::string_view > infoFields, ReadInfo readInfo ) {
+                          std::initializer_list< std::string_view > infoFields,
+                          ReadInfo readInfo ) {
    JsonObject object =
       value.object( entryText, { "id", "pref", "endpoints", "instance", "via", "tunnelInfo" } );
    Entry entry;
@@ -116,15 +126,8 @@ Entry readInterfaceEntry( const JsonValue & value, const TableKind & table,
 }
 
 Tunnel::GreTunnelInfo readGreInfo( const JsonObject & info ) {
-   Korvo::IpGenAddr src, dst;
-   if ( auto field = info.get( "src" ) ) {
-      src = readAddress( *field );
-   }
-   if ( auto field = info.get( "dst" ) ) {
-      dst = readAddress( *field );
-   }
-   return Tunnel::GreTunnelInfo( src, dst, static_cast< std::uint8_t >( info.unsignedOr( "ttl", u8Max, 0 ) ),
-                                 static_cast< std::uint8_t >( info.unsignedOr( "tos", u8Max, 0 ) ) );
+   return Tunnel::GreTunnelInfo( addressOf( info, "src" ), addressOf( info, "dst" ),
+                                 u8( info, "ttl" ), u8( info, "tos" ) );
 }
 
 std::string readProfile( const JsonObject & info ) {
@@ -248,14 +251,8 @@ template<>
 IpsecVtiIntfTunnelTableEntry readTableEntry( const JsonValue & value, const TableKind & table ) {
    return readInterfaceEntry< IpsecVtiIntfTunnelTableEntry >(
       value, table, { "src", "dst", "ipsecProfile" }, []( const JsonObject & info ) {
-         Korvo::IpGenAddr src, dst;
-         if ( auto field = info.get( "src" ) ) {
-            src = readAddress( *field );
-         }
-         if ( auto field = info.get( "dst" ) ) {
-            dst = readAddress( *field );
-         }
-         return Tunnel::IpsecVtiTunnelInfo( src, dst, readProfile( info ) );
+         return Tunnel::IpsecVtiTunnelInfo( addressOf( info, "src" ), addressOf( info, "dst" ),
+                                            readProfile( info ) );
       } );
 }
 

@@ -17,39 +17,25 @@ bool flat( const Json & json ) {
 }
 
 void print( const Json & json, int indent, std::string & out ) {
-   if ( !json.is_structured() || json.empty() || flat( json ) ) {
-      if ( !json.is_structured() || json.empty() ) {
-         out += json.dump();
-         return;
-      }
-      bool object = json.is_object();
-      out += object ? "{" : "[";
-      bool first = true;
-      for ( const auto & item : json.items() ) {
-         out += first ? "" : ", ";
-         first = false;
-         if ( object ) {
-            out += Json( item.key() ).dump() + ": ";
-         }
-         print( item.value(), indent, out );
-      }
-      out += object ? "}" : "]";
+   if ( !json.is_structured() || json.empty() ) {
+      out += json.dump();
       return;
    }
    bool object = json.is_object();
+   bool oneLine = flat( json );
    std::string inner( indent + 2, ' ' );
-   out += object ? "{\n" : "[\n";
+   out += object ? "{" : "[";
    bool first = true;
    for ( const auto & item : json.items() ) {
-      out += first ? "" : ",\n";
+      out += first ? ( oneLine ? "" : "\n" + inner ) : ( oneLine ? ", " : ",\n" + inner );
       first = false;
-      out += inner;
       if ( object ) {
          out += Json( item.key() ).dump() + ": ";
       }
       print( item.value(), indent + 2, out );
    }
-   out += "\n" + std::string( indent, ' ' ) + ( object ? "}" : "]" );
+   out += oneLine ? "" : "\n" + std::string( indent, ' ' );
+   out += object ? "}" : "]";
 }
 
 } // namespace

@@ -255,7 +255,8 @@ int Runner::stream( const std::optional< std::string > & file, std::istream & in
          stop( line, *failure );
       }
       if ( step.kind == Step::Kind::print || step.kind == Step::Kind::dump ) {
-         write( Json{ { "line", line }, { "snapshot", snapshotJson( snapshotAt( agent, &step ) ) } } );
+         Json snapshot = snapshotJson( snapshotAt( agent, &step ) );
+         write( Json{ { "line", line }, { "snapshot", std::move( snapshot ) } } );
       }
    };
    auto finish = [ & ]( std::size_t line, const Snapshot & before ) {

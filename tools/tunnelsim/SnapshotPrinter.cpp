@@ -38,36 +38,29 @@ Json ribJson( const RibView & rib ) {
    return json;
 }
 
+using Row = std::vector< std::string >;
+
 // Columns sized to their widest cell, two blanks apart.
-class TextTable {
- public:
-   explicit TextTable( std::vector< std::string > header ) { rows_.push_back( std::move( header ) ); }
-   void add( std::vector< std::string > row ) { rows_.push_back( std::move( row ) ); }
-
-   std::string text( const std::string & indent ) const {
-      std::vector< std::size_t > widths( rows_[ 0 ].size(), 0 );
-      for ( const auto & row : rows_ ) {
-         for ( std::size_t i = 0; i < row.size(); ++i ) {
-            widths[ i ] = std::max( widths[ i ], row[ i ].size() );
-         }
+std::string alignedRows( const std::vector< Row > & rows, const std::string & indent ) {
+   std::vector< std::size_t > widths( rows[ 0 ].size(), 0 );
+   for ( const Row & row : rows ) {
+      for ( std::size_t i = 0; i < row.size(); ++i ) {
+         widths[ i ] = std::max( widths[ i ], row[ i ].size() );
       }
-      std::string out;
-      for ( const auto & row : rows_ ) {
-         std::string line = indent;
-         for ( std::size_t i = 0; i < row.size(); ++i ) {
-            line += row[ i ];
-            if ( i + 1 < row.size() ) {
-               line += std::string( widths[ i ] - row[ i ].size() + 2, ' ' );
-            }
-         }
-         out += line + "\n";
-      }
-      return out;
    }
-
- private:
-   std::vector< std::vector< std::string > > rows_;
-};
+   std::string out;
+   for ( const Row & row : rows ) {
+      out += indent;
+      for ( std::size_t i = 0; i < row.size(); ++i ) {
+         out += row[ i ];
+         if ( i + 1 < row.size() ) {
+            out += std::string( widths[ i ] - row[ i ].size() + 2, ' ' );
+         }
+      }
+      out += "\n";
+   }
+   return out;
+}
 
 // A per-type RIB only lists which tunnels of its type reach each endpoint.
 enum class Columns { all, tunnelIdsOnly };
@@ -76,7 +69,7 @@ std::string ribTable( const RibView & rib, bool showColor, Columns columns = Col
    if ( rib.entries.empty() ) {
       return "  (no entries)\n";
    }
-   std::vector< std::string > header = { "endpoint" };
+   Row header = { "endpoint" };
    if ( showColor ) {
       header.push_back( "color" );
    }
@@ -88,9 +81,9 @@ std::string ribTable( const RibView & rib, bool showColor, Columns columns = Col
          header.push_back( column );
       }
    }
-   TextTable table( header );
+   std::vector< Row > rows = { header };
    for ( const TunnelRibEntry & entry : rib.entries ) {
-      std::vector< std::string > row = { entry.tep().stringValue() };
+      Row row = { entry.tep().stringValue() };
       if ( showColor ) {
          row.push_back( entry.coloredTep().colored()
                            ? std::to_string( entry.coloredTep().color() )
@@ -98,7 +91,7 @@ std::string ribTable( const RibView & rib, bool showColor, Columns columns = Col
       }
       if ( columns == Columns::tunnelIdsOnly ) {
          row.push_back( tunnelIdsText( entry, ", " ) );
-         table.add( std::move( row ) );
+         rows.push_back( std::move( row ) );
          continue;
       }
       for ( const std::string & cell :
@@ -108,9 +101,9 @@ std::string ribTable( const RibView & rib, bool showColor, Columns columns = Col
               std::to_string( entry.p2() ) } ) {
          row.push_back( cell );
       }
-      table.add( std::move( row ) );
+      rows.push_back( std::move( row ) );
    }
-   return table.text( "  " );
+   return alignedRows( rows, "  " );
 }
 
 bool anyColor( const RibView & rib ) {
