@@ -4,6 +4,12 @@ namespace TunnelSim {
 
 namespace {
 
+// Text that is not UTF-8 is printed with replacement characters rather than
+// refused: output must never fail.
+std::string dumped( const Json & json ) {
+   return json.dump( -1, ' ', false, Json::error_handler_t::replace );
+}
+
 bool flat( const Json & json ) {
    if ( !json.is_structured() ) {
       return true;
@@ -18,7 +24,7 @@ bool flat( const Json & json ) {
 
 void print( const Json & json, int indent, std::string & out ) {
    if ( !json.is_structured() || json.empty() ) {
-      out += json.dump();
+      out += dumped( json );
       return;
    }
    bool object = json.is_object();
@@ -30,7 +36,7 @@ void print( const Json & json, int indent, std::string & out ) {
       out += first ? ( oneLine ? "" : "\n" + inner ) : ( oneLine ? ", " : ",\n" + inner );
       first = false;
       if ( object ) {
-         out += Json( item.key() ).dump() + ": ";
+         out += dumped( Json( item.key() ) ) + ": ";
       }
       print( item.value(), indent + 2, out );
    }

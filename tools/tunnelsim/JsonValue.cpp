@@ -20,7 +20,12 @@ std::string describe( const Json & json ) {
    std::string text = json.dump();
    constexpr std::size_t longest = 60;
    if ( text.size() > longest ) {
-      text = text.substr( 0, longest ) + "...";
+      // Cut before a character, not inside one: the text is UTF-8.
+      std::size_t cut = longest;
+      while ( cut > 0 && ( static_cast< unsigned char >( text[ cut ] ) & 0xC0 ) == 0x80 ) {
+         --cut;
+      }
+      text = text.substr( 0, cut ) + "...";
    }
    return text;
 }

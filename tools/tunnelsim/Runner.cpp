@@ -239,7 +239,9 @@ int Runner::stream( const std::optional< std::string > & file, std::istream & in
    }
    Agent agent;
    configure( agent );
-   auto write = [ this ]( const Json & json ) { out_ << json.dump() << "\n" << std::flush; };
+   auto write = [ this ]( const Json & json ) {
+      out_ << json.dump( -1, ' ', false, Json::error_handler_t::replace ) << "\n" << std::flush;
+   };
    auto stop = [ & ]( std::size_t line, const std::string & reason ) {
       err_ << ( line ? "<stdin>:" + std::to_string( line ) : file.value_or( "<setup>" ) )
            << ": stopped: " << reason << "\n";
