@@ -28,8 +28,6 @@ namespace TunnelSim {
 // writing the inputs directly.
 class Agent {
  public:
-   static constexpr const char * ribStatusPathPrefix = "tunnel/tunnelRibs/status/";
-
    Agent();
    ~Agent();
    Agent( const Agent & ) = delete;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 
+#include "rib/TunnelRibConfigDirSm.h"
 #include "tools/tunnelsim/Agent.h"
 #include "types/ColoredTunnelRib.h"
 #include "types/TunnelRib.h"
@@ -34,7 +35,7 @@ std::string nameOf( const Agent & agent, TunnelRibId id ) {
 Snapshot takeSnapshot( const Agent & agent, const SnapshotOptions & options ) {
    Snapshot snapshot;
    snapshot.time = agent.scheduler->now();
-   const std::string prefix = Agent::ribStatusPathPrefix;
+   const std::string prefix = TunnelRibConfigDirSm::statusPathPrefix;
    agent.entityManager->forEachPath( [ & ]( const std::string & path ) {
       if ( !path.starts_with( prefix ) ) {
          return;
