@@ -75,6 +75,16 @@ TEST( TunnelId, TableTypesDefaultsAndEcmp ) {
    EXPECT_TRUE( tunnelTypesCanFormEcmp( TunnelType::isisFlexAlgoTunnel, TunnelType::srTunnel ) );
    EXPECT_FALSE( tunnelTypesCanFormEcmp( TunnelType::srTunnel, TunnelType::ospfSrTunnel ) );
    EXPECT_TRUE( tunnelTypesCanFormEcmp( TunnelType::rsvpLerTunnel, TunnelType::rsvpLerTunnel ) );
+   // Exactly the types a RIB can take preferences for enter a RIB.
+   int contributing = 0;
+   for ( unsigned type = 0; type <= 31; ++type ) {
+      contributing += isTunnelType( type ) && contributeToTunnelRib( TunnelType( type ) );
+   }
+   EXPECT_EQ( contributing, 9 );
+   EXPECT_TRUE( contributeToTunnelRib( TunnelType::srTePolicyTunnel ) );
+   EXPECT_FALSE( contributeToTunnelRib( TunnelType::tiLfaTunnel ) );
+   EXPECT_TRUE( TunnelId( TunnelType::ldpTunnel, 1 ).supportsEntropyLabelPush() );
+   EXPECT_FALSE( TunnelId( TunnelType::bgpLuTunnel, 1 ).supportsEntropyLabelPush() );
    EXPECT_EQ( TableIdToNameMap.size(), 14u );
    EXPECT_EQ( TableIdToNameMap.at( TunnelTableIdentifier::isisFlexAlgoTable ),
               "isisFlexAlgoTunnel" );
