@@ -687,10 +687,9 @@ TunnelEntryPref TunnelRibBuilderSmBase::getPreference( const TunnelTableEntry & 
       VEL_TRACE( 8, " Something wrong going on. Unknown Tunnel Type ", id.tunnelType() );
       return unknownTypePref;
    }
-   VEL_ASSERT( tunnelTableEntryFilter()->preferenceHas( id ),
-               "tunnelTableEntryFilter()->preferenceHas( id )" );
-   const TunnelEntryPref pref =
-      static_cast< std::uint8_t >( tunnelTableEntryFilter_->preference( id ) );
+   const std::uint32_t * held = tunnelTableEntryFilter_->preference().find( id );
+   VEL_ASSERT( held, "tunnelTableEntryFilter()->preferenceHas( id )" );
+   const TunnelEntryPref pref = static_cast< std::uint8_t >( *held );
    VEL_TRACE( 8, " Preference returned: ", pref );
    return pref;
 }
