@@ -20,8 +20,12 @@ build-san: deps
 	cmake -S . -B $(SAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DTUNNEL_SANITIZE=ON $(CMAKE_FLAGS) > /dev/null
 	cmake --build $(SAN_BUILD) -j $(JOBS)
 
-run: build
-	$(BUILD)/tools/tunnelsim/tunnelsim examples/network.json --format table
+# Builds the runner quietly (its log is shown only when the build fails).
+run: deps
+	@cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo $(CMAKE_FLAGS) > /dev/null
+	@cmake --build $(BUILD) -j $(JOBS) --target tunnelsim > $(BUILD)/run-build.log 2>&1 \
+	   || { cat $(BUILD)/run-build.log; exit 1; }
+	@$(BUILD)/tools/tunnelsim/tunnelsim examples/network.json --format table
 
 test-plain: build
 	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
