@@ -119,6 +119,21 @@ TEST_F( MoxTest, WorkPendingFallsWhenARunEndsUnscheduled ) {
    EXPECT_TRUE( scheduler->taskWorkPending( *t ) );
 }
 
+TEST_F( MoxTest, RealTimeModeWaitsForWorkThatIsDue ) {
+   auto later = task( "later" );
+   scheduler->advance( 5 );
+   scheduler->realTimeIs( true );
+   const double start = scheduler->now();
+   EXPECT_GE( start, 5.0 ); // virtual time carries over
+   scheduler->scheduleTaskAt( *later, start + 0.002 );
+   scheduler->runUntilIdle();
+   EXPECT_EQ( runs, ( std::vector< std::string >{ "later" } ) );
+   EXPECT_GE( scheduler->now(), start + 0.002 );
+   scheduler->realTimeIs( false );
+   const double frozen = scheduler->now();
+   EXPECT_EQ( scheduler->now(), frozen ); // virtual time stands still again
+}
+
 TEST( MoxDumpContext, FormatsWithPrintfFormats ) {
    Mox::DumpContext dump;
    dump.printf( "%*cTunnelRibSm tunnelRibId %u\n", 2, ' ', 7u );
