@@ -1,6 +1,7 @@
 #pragma once
 
 #include <compare>
+#include <functional>
 #include <cstdint>
 #include <ostream>
 #include <string>
@@ -47,3 +48,8 @@ class GreTunnelInfo {
 };
 
 } // namespace Tunnel
+
+template<>
+struct std::hash< Tunnel::GreTunnelInfo > {
+   std::size_t operator()( const Tunnel::GreTunnelInfo & i ) const noexcept { return i.hash(); }
+};

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <compare>
+#include <functional>
 #include <ostream>
 #include <string>
 
@@ -39,3 +40,8 @@ class IpsecGreTunnelInfo {
 };
 
 } // namespace Tunnel
+
+template<>
+struct std::hash< Tunnel::IpsecGreTunnelInfo > {
+   std::size_t operator()( const Tunnel::IpsecGreTunnelInfo & i ) const noexcept { return i.hash(); }
+};

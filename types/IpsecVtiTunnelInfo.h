@@ -1,6 +1,7 @@
 #pragma once
 
 #include <compare>
+#include <functional>
 #include <ostream>
 #include <string>
 
@@ -42,3 +43,8 @@ class IpsecVtiTunnelInfo {
 };
 
 } // namespace Tunnel
+
+template<>
+struct std::hash< Tunnel::IpsecVtiTunnelInfo > {
+   std::size_t operator()( const Tunnel::IpsecVtiTunnelInfo & i ) const noexcept { return i.hash(); }
+};
