@@ -348,3 +348,67 @@ TEST( TunnelFibSm, DumpsItsCounterAndItsWriter ) {
 
 } // namespace
 } // namespace FibTest
+
+namespace FibTest {
+namespace {
+
+TEST( TunnelFibSm, GracefulRestartWaitsForTheLdpTableAndTheBacklogThenCleansUp ) {
+   Toggles::FeatureToggles::instance().toggleIs( "MplsL3VpnSso", true );
+   FibWorld w;
+   w.ldpEntry( ldp( 1 ), { via( "10.1.1.2", "Ethernet1", { 24 } ) } );
+   Vel::TestTraceSink trace( 8 );
+   w.agent.start();
+   Toggles::FeatureToggles::instance().toggleIs( "MplsL3VpnSso", false );
+   const auto sm = w.sm();
+   ASSERT_TRUE( sm->inputProcessedStatus() );
+   ASSERT_TRUE( sm->postGrCleanupTask() );
+   EXPECT_EQ( sm->postGrCleanupTask()->name(), "TunnelFibSm GR Cleanup" );
+   EXPECT_FALSE( sm->inputProcessedStatus()->tunnelTablesQuiesced().get( TunnelTableIdentifier::ldpTable ) );
+
+   // The backlog empties first, but LDP has not said it is complete.
+   w.drain();
+   EXPECT_EQ( w.fib( ldp( 1 ) ), ( Texts{ "10.1.1.2 Ethernet1 push [24]" } ) );
+   EXPECT_FALSE( sm->inputProcessedStatus()->backlogsEmpty()() );
+   EXPECT_FALSE( w.agent.tunnelFibGrStatus->tunnelFibSmBacklogEmpty()() );
+
+   auto control = Vel::make< Mirra::CollectionControl >();
+   w.agent.producerTable< LdpTunnelTable >()->controlIs( control );
+   EXPECT_FALSE( sm->inputProcessedStatus()->backlogsEmpty()() );
+   control->tableCompleteIs( true );
+   EXPECT_TRUE( sm->inputProcessedStatus()->tunnelTablesQuiesced().get( TunnelTableIdentifier::ldpTable ) );
+   EXPECT_TRUE( sm->inputProcessedStatus()->backlogsEmpty()() );
+   EXPECT_TRUE( w.agent.tunnelFibGrStatus->tunnelFibSmBacklogEmpty()() );
+   EXPECT_EQ( w.agent.tunnelFibGrStatus->tunnelTablesProcessed(), 1u );
+   EXPECT_TRUE( sm->inputProcessedSm() );
+   w.drain();
+   EXPECT_FALSE( sm->inputProcessedSm() );
+   for ( const char * line : { "Set InputProcessedStatus::backlogsEmpty to true for TunnelFibSm",
+                               "Set tunnelFibSmBacklogEmpty to true",
+                               "Update counters for TunnelTablesProcessed stage for TunnelFib",
+                               "Remove InputProcessedSm" } ) {
+      EXPECT_TRUE( traced( trace, line ) ) << line;
+   }
+   EXPECT_THROW( sm->doCleanupPostGr(), Vel::AssertionError );
+
+   // Without the toggle a restart tracks nothing.
+   w.agent.restart();
+   EXPECT_FALSE( w.sm()->inputProcessedStatus() );
+   EXPECT_FALSE( w.sm()->postGrCleanupTask() );
+   EXPECT_THROW( w.sm()->handleQuiescedNotification(), Vel::AssertionError );
+}
+
+TEST( TunnelFibSm, TheEndOfTheRestartQuiescesTablesWhoseProducerNeverSaidSo ) {
+   Toggles::FeatureToggles::instance().toggleIs( "MplsL3VpnSso", true );
+   FibWorld w;
+   w.agent.start();
+   Toggles::FeatureToggles::instance().toggleIs( "MplsL3VpnSso", false );
+   w.drain();
+   EXPECT_FALSE( w.sm()->inputProcessedStatus()->backlogsEmpty()() );
+   w.agent.grStatus->tunnelGrContext()->restartCompleteIs( true );
+   EXPECT_TRUE( w.sm()->inputProcessedStatus()->backlogsEmpty()() );
+   w.drain();
+   EXPECT_FALSE( w.sm()->inputProcessedSm() );
+}
+
+} // namespace
+} // namespace FibTest
