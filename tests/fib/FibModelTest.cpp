@@ -429,5 +429,74 @@ TEST( FibRecomputation, ATunnelWhoseViasChangeUpdatesEveryTunnelAboveItAndNothin
    }
 }
 
+// Loops found by the randomized test, each in its smallest form. Which of
+// two queued tunnels is computed first follows the backlog's order, so the
+// ids are the ones that show it.
+
+TEST( FibLoops, ATunnelOverItselfThatSurvivedARestartIsListedUnprogrammable ) {
+   FibAgent world;
+   world.agent.start();
+   const TunnelId id( TunnelType::ldpTunnel, 1 );
+   publishVias( world, id, { { out( "10.0.0.1", "Ethernet1" ), { 16001 } } } );
+   ASSERT_TRUE( world.drainEnds() );
+   world.agent.stop();
+   publishVias( world, id, { { over( id ), { 100 } } } );
+   world.agent.start();
+   EXPECT_TRUE( world.drainEnds() );
+   EXPECT_EQ( actualOutcome( world.agent, id ).state, Outcome::State::unprogrammable );
+}
+
+TEST( FibLoops, TwoTunnelsOverEachOtherWithTunnelsAboveBothLetTheDrainEnd ) {
+   FibAgent world;
+   world.agent.scheduler->yieldPolicyIs( Mox::yieldAfterUnits( 1 ) );
+   world.agent.start();
+   const TunnelId a( TunnelType::srTunnel, 2 ), b( TunnelType::srTunnel, 3 );
+   publishVias( world, a, { { over( b ), { 100 } } } );
+   publishVias( world, b, { { over( a ), { 200 } } } );
+   publishVias( world, TunnelId( TunnelType::staticTunnel, 2 ),
+                { { over( a ), { 300 } }, { out( "10.0.0.1", "Ethernet1" ), { 1 } } } );
+   publishVias( world, TunnelId( TunnelType::staticTunnel, 3 ),
+                { { over( b ), { 400 } }, { out( "10.0.0.1", "Ethernet1" ), { 2 } } } );
+   EXPECT_TRUE( world.drainEnds() );
+}
+
+TEST( FibLoops, ATunnelRefusedForALoopIsProgrammedOnceTheLoopIsGone ) {
+   const Via x = out( "10.0.0.1", "Ethernet1" );
+   {
+      SCOPED_TRACE( "the loop goes with the upper tunnel's own change" );
+      FibAgent world;
+      world.agent.start();
+      const TunnelId upper( TunnelType::ldpTunnel, 1 ), lower( TunnelType::ldpTunnel, 2 );
+      publishVias( world, lower, { { x, { 16001 } } } );
+      publishVias( world, upper, { { over( lower ), {} } } );
+      ASSERT_TRUE( world.drainEnds() );
+      // The upper tunnel now leaves directly, by the via and labels it had
+      // over the lower one, and the lower one goes over it.
+      publishVias( world, upper, { { x, { 16001 } } } );
+      publishVias( world, lower, { { over( upper ), { 5 } } } );
+      ASSERT_TRUE( world.drainEnds() );
+      const Outcome outcome = actualOutcome( world.agent, lower );
+      EXPECT_EQ( outcome.state, Outcome::State::programmed );
+      EXPECT_EQ( outcome.primary.size(), 1u );
+   }
+   {
+      SCOPED_TRACE( "the loop goes with a tunnel further down" );
+      FibAgent world;
+      world.agent.start();
+      const TunnelId top( TunnelType::ldpTunnel, 1 ), middle( TunnelType::srTunnel, 1 ),
+         bottom( TunnelType::staticTunnel, 1 );
+      publishVias( world, top, { { x, { 16001 } } } );
+      publishVias( world, bottom, { { over( top ), {} } } );
+      // Over the bottom tunnel the middle one gets the via it has anyway.
+      publishVias( world, middle, { { x, { 16001 } }, { over( bottom ), {} } } );
+      ASSERT_TRUE( world.drainEnds() );
+      publishVias( world, top, { { x, { 16001 } }, { over( middle ), { 7 } } } );
+      ASSERT_TRUE( world.drainEnds() );
+      world.withdraw( bottom );
+      ASSERT_TRUE( world.drainEnds() );
+      EXPECT_EQ( actualOutcome( world.agent, top ).primary.size(), 2u );
+   }
+}
+
 } // namespace
 } // namespace FibModel
