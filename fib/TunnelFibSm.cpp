@@ -325,22 +325,33 @@ void TunnelFibSm::drainTunnelBacklog() {
 void TunnelFibSm::updateTunnelFibEntry( const TunnelId & tunnelId ) {
    ++tunnelFibComputeCounter_;
    ConsolidatedTunnelFibEntry consFibEntry( tunnelId );
-   takeDownDependencies( tunnelId );
+   TunnelIdSet beneathBefore = takeDownDependencies( tunnelId );
+   lowerTunnelsNotReady_.clear();
    const TunnelFibCalcResult result = calculateTunnelFibEntryVias( *this, consFibEntry );
    const bool usable = !result.tunnelTableEntryDeleted && result.tunnelContributing;
 
    if ( usable && result.viaResult.has( TunnelFibViaCalcResult::recTunNotReady ) &&
         consFibEntry.viaInfos() == 0 ) {
       VEL_TRACE( 8, tunnelId, " update is being deferred." );
+      // The old entry stays, and so does what it rests on, until the lower
+      // tunnels it waits for are computed and bring it back.
+      lowerTunnelAwaited_.insert( lowerTunnelsNotReady_.begin(), lowerTunnelsNotReady_.end() );
+      if ( !beneathBefore.empty() ) {
+         resolvedByTunnels_[ tunnelId ] = std::move( beneathBefore );
+      }
    } else {
       const bool wasUnprogrammable = unprogrammableTunnelId_->entryHas( tunnelId );
       doUpdateTunnelFibEntry( consFibEntry, usable );
       const bool isUnprogrammable = unprogrammableTunnelId_->entryHas( tunnelId );
       const bool awaited = lowerTunnelAwaited_.erase( tunnelId ) != 0;
+      auto beneath = resolvedByTunnels_.find( tunnelId );
+      const bool beneathChanged =
+         beneath == resolvedByTunnels_.end() ? !beneathBefore.empty() : beneath->second != beneathBefore;
       if ( tunnelFibEntryMarkedUnprocessed_.erase( tunnelId ) != 0 ||
-           wasUnprogrammable != isUnprogrammable || awaited ) {
-         // Tunnels above were deferred or computed over what this one was;
-         // when its vias changed the FIB reactor has queued them already.
+           wasUnprogrammable != isUnprogrammable || awaited || beneathChanged ) {
+         // Tunnels above were deferred for this one, or computed over what it
+         // was, or refused for a loop through what it rested on; when its vias
+         // changed the FIB reactor has queued them already.
          addDependentTunnelsForReview( tunnelId );
       }
    }
@@ -443,7 +454,7 @@ void TunnelFibSm::resolvedByTunnelsIs( TunnelId upper, TunnelId lower ) {
    }
 }
 
-void TunnelFibSm::takeDownDependencies( TunnelId tunnelId ) {
+TunnelIdSet TunnelFibSm::takeDownDependencies( TunnelId tunnelId ) {
    if ( auto lowers = tunnelsDirectlyDependingOn_.find( tunnelId );
         lowers != tunnelsDirectlyDependingOn_.end() ) {
       for ( TunnelId lower : lowers->second ) {
@@ -457,9 +468,12 @@ void TunnelFibSm::takeDownDependencies( TunnelId tunnelId ) {
       }
       lowers->second.clear();
    }
+   TunnelIdSet beneathBefore;
    if ( auto beneath = resolvedByTunnels_.find( tunnelId ); beneath != resolvedByTunnels_.end() ) {
+      beneathBefore = std::move( beneath->second );
       beneath->second.clear();
    }
+   return beneathBefore;
 }
 
 void TunnelFibSm::removeEmptyDependencies( TunnelId tunnelId ) {
@@ -474,7 +488,12 @@ void TunnelFibSm::removeEmptyDependencies( TunnelId tunnelId ) {
 // --- Dump.
 
 void TunnelFibSm::dumpState( Mox::DumpContext & ctx, unsigned indent ) const {
-   ctx.printf( "%*cTunnelFibSm\n", int( indent ), ' ' );
+   // A field width of 0 still prints the fill blank.
+   if ( indent > 0 ) {
+      ctx.printf( "%*cTunnelFibSm\n", int( indent ), ' ' );
+   } else {
+      ctx.printf( "TunnelFibSm\n" );
+   }
    ctx.printf( "%*c  TunnelFibUpdateCounter=%lu\n", int( indent ), ' ',
                static_cast< unsigned long >( tunnelFibUpdateCounter_ ) );
    tunnelFibWriter_->dumpState( ctx, indent + 2 );

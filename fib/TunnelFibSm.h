@@ -5,6 +5,7 @@
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
+#include <vector>
 
 #include "fib/ConsolidatedTunnelFibEntry.h"
 #include "fib/TunnelFibCalcResult.h"
@@ -133,9 +134,9 @@ class TunnelFibSm : public Vel::PtrInterface {
    // Upper resolved a via over lower: lower and all beneath it lie beneath
    // upper.
    void resolvedByTunnelsIs( TunnelId upper, TunnelId lower );
-   // An upper tunnel was deferred until this lower tunnel, still waiting for
-   // review, is computed.
-   void lowerTunnelAwaitedIs( TunnelId lower ) { lowerTunnelAwaited_.insert( lower ); }
+   // The tunnel being computed found this lower tunnel not ready; should it
+   // be deferred, the lower tunnel's computation brings it back.
+   void lowerTunnelNotReadyIs( TunnelId lower ) { lowerTunnelsNotReady_.push_back( lower ); }
 
    // The tables, null while not published.
    const Vel::PtrConst< BgpLuTunnelTable > & bgpLuTable() const noexcept { return bgpLuTable_; }
@@ -207,7 +208,8 @@ class TunnelFibSm : public Vel::PtrInterface {
    template< class Table >
    void bindTable( Vel::PtrConst< Table > & slot, void ( TunnelFibSm::*entryHandler )( const TunnelId & ) );
    void reviewTunnelsOfType( TunnelType type );
-   void takeDownDependencies( TunnelId tunnelId );
+   // Takes down the tunnel's edges; returns what it rested on.
+   TunnelIdSet takeDownDependencies( TunnelId tunnelId );
    void removeEmptyDependencies( TunnelId tunnelId );
 
    Vel::Ptr< TunnelFib::TunnelFib > tunnelFib_;
@@ -247,6 +249,7 @@ class TunnelFibSm : public Vel::PtrInterface {
    DependencyMap tunnelsDirectlyDependingOn_;
    DependencyMap resolvedByTunnels_;
    std::unordered_set< TunnelId > lowerTunnelAwaited_;
+   std::vector< TunnelId > lowerTunnelsNotReady_;
    std::uint64_t tunnelFibUpdateCounter_ = 0;
    std::uint64_t tunnelFibComputeCounter_ = 0;
 

@@ -73,7 +73,7 @@ Flags classifyLowerTunnelWithoutVias( TunnelFibSm & sm, TunnelId lower ) {
    }
    if ( sm.tunnelForReview( lower ) ) {
       VEL_TRACE( 8, "    Next-level tunnel ", lower, " is not ready" );
-      sm.lowerTunnelAwaitedIs( lower );
+      sm.lowerTunnelNotReadyIs( lower );
       return Flags( Flags::recTunNotReady );
    }
    VEL_TRACE( 8, "    Next-level tunnel ", lower, " is unprogrammable" );
@@ -234,14 +234,18 @@ TunnelFibViaCalcResult calculateTunnelFibEntryMplsVia( TunnelFibSm & sm,
    // The edge is kept whatever happens below, so this tunnel is computed
    // again when the lower one changes.
    sm.directDependencyIs( tunnelId, lower );
-   if ( sm.tunnelFibEntryMarkedUnprocessed( lower ) && sm.tunnelForReview( lower ) ) {
-      VEL_TRACE( 8, "      Skipping vias for tunnel ", lower, " (marked unprocessed)" );
-      sm.lowerTunnelAwaitedIs( lower );
-      return Flags( Flags::recTunNotReady );
-   }
    const auto & resolvedBy = sm.resolvedByTunnels();
    auto beneathLower = resolvedBy.find( lower );
-   if ( lower == tunnelId || ( beneathLower != resolvedBy.end() && beneathLower->second.has( tunnelId ) ) ) {
+   const bool cycle = lower == tunnelId ||
+                      ( beneathLower != resolvedBy.end() && beneathLower->second.has( tunnelId ) );
+   // Over itself a tunnel is never ready, being under review: that is a
+   // cycle, not a wait.
+   if ( !cycle && sm.tunnelFibEntryMarkedUnprocessed( lower ) && sm.tunnelForReview( lower ) ) {
+      VEL_TRACE( 8, "      Skipping vias for tunnel ", lower, " (marked unprocessed)" );
+      sm.lowerTunnelNotReadyIs( lower );
+      return Flags( Flags::recTunNotReady );
+   }
+   if ( cycle ) {
       VEL_TRACE( 8, "    Cycle detected while trying to create MplsVia for tunnelId ", tunnelId,
                  " via tunnelId ", lower );
       return Flags( Flags::recTunCycle );
