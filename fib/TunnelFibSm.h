@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -17,8 +19,9 @@
 #include "types/MplsTunnelConfig.h"
 #include "types/TunnelFib.h"
 #include "types/TunnelFibGrStatus.h"
+#include "fib/TunnelIdSet.h"
+#include "types/ProtocolTunnelTable.h"
 #include "types/TunnelIdColl.h"
-#include "types/TunnelIdCollByTunnelId.h"
 
 namespace Tunnel::TunnelTable {
 
@@ -30,7 +33,8 @@ namespace Tunnel::TunnelTable {
 // unprogrammable collection that the RIB builders watch.
 class TunnelFibSm : public Vel::PtrInterface {
  public:
-   using DependencyMap = std::unordered_map< TunnelId, Vel::Ptr< TunnelIdCollByTunnelId > >;
+   // A tunnel to a set of tunnels; sets are dropped when they empty.
+   using DependencyMap = std::unordered_map< TunnelId, TunnelIdSet >;
 
    TunnelFibSm( Vel::Ptr< TunnelFib::TunnelFib > tunnelFib,
                 Vel::Ptr< TunnelIdColl > unprogrammableTunnelId,
@@ -115,20 +119,70 @@ class TunnelFibSm : public Vel::PtrInterface {
    void drainTunnelBacklog();
    void removeStaleEntries();
 
-   // Read by the via calculation.
+   // Read and kept by the via calculation.
    bool tunnelContributesToTunnelFib( TunnelId tunnelId ) const;
+   // Whether the tunnel's protocol table holds an entry for it.
+   bool tunnelTableEntryHas( TunnelId tunnelId ) const;
    bool entropyLabelPush() const { return mplsTunnelConfig_->entropyLabelPush()(); }
+   // The "TunnelUnflatten" toggle as this machine read it at construction.
+   bool unflatten() const noexcept { return unflatten_; }
+   // Upper rests directly on lower.
+   void directDependencyIs( TunnelId upper, TunnelId lower );
+   // Upper resolved a via over lower: lower and all beneath it lie beneath
+   // upper.
+   void resolvedByTunnelsIs( TunnelId upper, TunnelId lower );
+   // An upper tunnel was deferred until this lower tunnel, still waiting for
+   // review, is computed.
+   void lowerTunnelAwaitedIs( TunnelId lower ) { lowerTunnelAwaited_.insert( lower ); }
+
+   // The tables, null while not published.
+   const Vel::PtrConst< BgpLuTunnelTable > & bgpLuTable() const noexcept { return bgpLuTable_; }
+   const Vel::PtrConst< BgpLuPushTunnelTable > & bgpLuPushTable() const noexcept {
+      return bgpLuPushTable_;
+   }
+   const Vel::PtrConst< LdpTunnelTable > & ldpTable() const noexcept { return ldpTable_; }
+   const Vel::PtrConst< IsisSrTunnelTable > & srTable() const noexcept { return srTable_; }
+   const Vel::PtrConst< OspfSrTunnelTable > & ospfSrTable() const noexcept { return ospfSrTable_; }
+   const Vel::PtrConst< StaticTunnelTable > & staticTable() const noexcept { return staticTable_; }
+   const Vel::PtrConst< SrTeSegmentListTunnelTable > & srTeSegmentListTable() const noexcept {
+      return srTeSegmentListTable_;
+   }
+   const Vel::PtrConst< RsvpFrrTunnelTable > & rsvpFrrTable() const noexcept {
+      return rsvpFrrTable_;
+   }
+   const Vel::PtrConst< RsvpLerTunnelTable > & rsvpLerTable() const noexcept {
+      return rsvpLerTable_;
+   }
+   const Vel::PtrConst< RsvpLerSubTunnelTable > & rsvpLerSubTable() const noexcept {
+      return rsvpLerSubTable_;
+   }
+   const Vel::PtrConst< TiLfaTunnelTable > & tiLfaTable() const noexcept { return tiLfaTable_; }
+   const Vel::PtrConst< IsisFlexAlgoTunnelTable > & isisFlexAlgoTable() const noexcept {
+      return isisFlexAlgoTable_;
+   }
+   const Vel::PtrConst< NexthopGroupTunnelTable > & nexthopGroupTable() const noexcept {
+      return nexthopGroupTable_;
+   }
+   const Vel::PtrConst< GreIntfTunnelTable > & greIntfTable() const noexcept {
+      return greIntfTable_;
+   }
+   const Vel::PtrConst< IpsecGreIntfTunnelTable > & ipsecGreIntfTable() const noexcept {
+      return ipsecGreIntfTable_;
+   }
+   const Vel::PtrConst< IpsecVtiIntfTunnelTable > & ipsecVtiIntfTable() const noexcept {
+      return ipsecVtiIntfTable_;
+   }
 
    void dumpState( Mox::DumpContext & ctx, unsigned indent ) const;
 
  private:
-   friend struct TunnelFibViaCalculation;
-
    void handleInitialized();
    void bindTables();
+   template< class Table >
+   void bindTable( Vel::PtrConst< Table > & slot, void ( TunnelFibSm::*entryHandler )( const TunnelId & ) );
+   void reviewTunnelsOfType( TunnelType type );
    void takeDownDependencies( TunnelId tunnelId );
    void removeEmptyDependencies( TunnelId tunnelId );
-   TunnelFibCalcResult calculateVias( ConsolidatedTunnelFibEntry & consFibEntry );
 
    Vel::Ptr< TunnelFib::TunnelFib > tunnelFib_;
    Vel::Ptr< TunnelIdColl > unprogrammableTunnelId_;
@@ -137,23 +191,41 @@ class TunnelFibSm : public Vel::PtrInterface {
    Vel::Ptr< TunnelTableEntities > tunnelTableEntities_;
    Vel::Ptr< Mox::TaskScheduler > scheduler_;
 
+   Vel::PtrConst< BgpLuTunnelTable > bgpLuTable_;
+   Vel::PtrConst< BgpLuPushTunnelTable > bgpLuPushTable_;
+   Vel::PtrConst< LdpTunnelTable > ldpTable_;
+   Vel::PtrConst< IsisSrTunnelTable > srTable_;
+   Vel::PtrConst< OspfSrTunnelTable > ospfSrTable_;
+   Vel::PtrConst< StaticTunnelTable > staticTable_;
+   Vel::PtrConst< SrTeSegmentListTunnelTable > srTeSegmentListTable_;
+   Vel::PtrConst< RsvpFrrTunnelTable > rsvpFrrTable_;
+   Vel::PtrConst< RsvpLerTunnelTable > rsvpLerTable_;
+   Vel::PtrConst< RsvpLerSubTunnelTable > rsvpLerSubTable_;
+   Vel::PtrConst< TiLfaTunnelTable > tiLfaTable_;
+   Vel::PtrConst< IsisFlexAlgoTunnelTable > isisFlexAlgoTable_;
+   Vel::PtrConst< NexthopGroupTunnelTable > nexthopGroupTable_;
+   Vel::PtrConst< GreIntfTunnelTable > greIntfTable_;
+   Vel::PtrConst< IpsecGreIntfTunnelTable > ipsecGreIntfTable_;
+   Vel::PtrConst< IpsecVtiIntfTunnelTable > ipsecVtiIntfTable_;
+
    Vel::Ptr< TunnelFibWriter > tunnelFibWriter_;
    Vel::Ptr< Mox::Task > task_;
    bool initialized_ = false;
+   const bool unflatten_;
 
    std::unordered_set< TunnelId > tunnelForReview_;
-   TunnelId tunnelReviewBookmark_;
-   bool tunnelReviewBookmarkSet_ = false;
+   std::optional< TunnelId > tunnelReviewBookmark_;
    double tunnelReviewDelay_ = 0.01;
    std::unordered_set< TunnelId > tunnelFibEntryMarkedUnprocessed_;
    DependencyMap directlyDependentTunnels_;
    DependencyMap tunnelsDirectlyDependingOn_;
    DependencyMap resolvedByTunnels_;
+   std::unordered_set< TunnelId > lowerTunnelAwaited_;
    std::uint64_t tunnelFibUpdateCounter_ = 0;
    std::uint64_t tunnelFibComputeCounter_ = 0;
 
    // One entry reactor per bound table, by table name.
-   std::unordered_map< std::string, Vel::Reactor > tableReactors_;
+   std::unordered_map< std::string_view, Vel::Reactor > tableReactors_;
    Vel::Reactor tablesReactor_;
    Vel::Reactor fibEntryReactor_;
    Vel::Reactor entropyLabelPushReactor_;

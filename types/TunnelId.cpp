@@ -76,13 +76,9 @@ bool TunnelId::supportsEntropyLabelPush() const noexcept {
    case TunnelType::staticTunnel:
    case TunnelType::srTunnel:
    case TunnelType::ospfSrTunnel:
-   case TunnelType::isisFlexAlgoTunnel:
    case TunnelType::srTeSegmentListTunnel:
-   case TunnelType::rsvpLerTunnel:
-   case TunnelType::rsvpLerSubTunnel:
    case TunnelType::rsvpFrrTunnel:
    case TunnelType::rsvpFrrBackupTunnel:
-   case TunnelType::tiLfaTunnel:
       return true;
    default:
       return false;

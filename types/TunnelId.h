@@ -40,10 +40,12 @@ class TunnelId {
    // The protocol table that holds tunnels of this id's type; an assertion
    // for types without a table of their own.
    TunnelTableIdentifier tableType() const;
-   // Whether a tunnel of this type may push an entropy label: the MPLS
-   // transport tunnels (ldp, sr, ospfSr, isisFlexAlgoTunnel, static, the RSVP
-   // kinds, tiLfa and srTeSegmentList), not BGP-LU, nexthop groups, SR-TE
-   // policies or interface tunnels.
+   // Whether a tunnel of this type may push an entropy label: ldp, sr,
+   // ospfSr, static, srTeSegmentList and the two kinds of the "rsvpFrr"
+   // table. The tunnel FIB recomputes the tables of all of them when the
+   // entropy-label setting changes, so toggling it never leaves a stale
+   // stack; RSVP LER, TI-LFA and flex-algo tunnels, whose tables it does not
+   // recompute, carry none.
    bool supportsEntropyLabelPush() const noexcept;
    // Jenkins one-at-a-time over the eight bytes, least significant first.
    std::uint32_t hash() const noexcept;

@@ -18,7 +18,13 @@ class TunnelIdColl : public Vel::PtrInterface {
    bool entryHas( TunnelId id ) const { return entry_.has( id ); }
    // The id's value; false when absent.
    bool entry( TunnelId id ) const { return entry_.get( id ); }
-   void entryIs( TunnelId id, bool value ) { entry_.set( id, value ); }
+   // Rewriting an id with the value it has notifies nobody: a listed tunnel
+   // listed again costs its readers no work.
+   void entryIs( TunnelId id, bool value ) {
+      if ( const bool * current = entry_.find( id ); !current || *current != value ) {
+         entry_.set( id, value );
+      }
+   }
    void entryDel( TunnelId id ) { entry_.del( id ); }
    void entryDelAll() { entry_.delAll(); }
 

@@ -140,9 +140,10 @@ BoundedMplsLabelStackResult MplsLabelOperation::entropyLabelAndIndicatorIs( std:
 
 SmushResult MplsLabelOperation::smush( const MplsLabelOperation & outer ) {
    using Error = BoundedMplsLabelStackResult::Error;
-   if ( outer.action_ != MplsLabelAction::push ) {
-      return SmushResult( Error::actionUnsupported );
-   }
+   // Whatever the outer operation's action, what it imposes at the head end
+   // is its labels: a swap's labels go on top like a push's, and a pop (the
+   // lower tunnel's next hop takes the packet unlabelled, an implicit null)
+   // carries none and adds nothing.
    if ( std::size_t( size_ ) + outer.size_ > maxStackSize ) {
       return SmushResult( Error::stackFull );
    }

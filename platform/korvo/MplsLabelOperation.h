@@ -55,9 +55,10 @@ class MplsLabelOperation {
    // first) with `position` of this operation's labels beneath them: 0 puts
    // the pair at the bottom of the stack, stackSize() on top.
    BoundedMplsLabelStackResult entropyLabelAndIndicatorIs( std::size_t position );
-   // Merges `outer`, applied after this operation, into this one: its labels
-   // become the outermost. `outer` must be a push. Fails, changing nothing,
-   // when the merged stack would exceed maxStackSize.
+   // Merges `outer`, the operation of a lower tunnel this one is carried
+   // over, into this one: its labels become the outermost, whether it pushes
+   // or swaps them; an outer pop (implicit null) adds nothing. Fails,
+   // changing nothing, when the merged stack would exceed maxStackSize.
    SmushResult smush( const MplsLabelOperation & outer );
 
    std::string stringValue() const;

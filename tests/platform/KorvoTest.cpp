@@ -139,14 +139,16 @@ TEST( KorvoMplsLabelOperation, SmushPutsTheOuterLabelsOnTopOrChangesNothing ) {
    EXPECT_EQ( full.label( 0 ), 20u );
    EXPECT_EQ( full.labelPush( 30 ).error(), Error::stackFull );
 
-   // Popping and then pushing swaps; an outer operation that is not a push
-   // cannot be merged.
+   // Popping and then pushing swaps. An outer swap imposes its labels like a
+   // push; an outer pop (implicit null) imposes none.
    MplsLabelOperation pop( MplsLabelAction::pop, {} );
    EXPECT_TRUE( pop.smush( MplsLabelOperation( MplsLabelAction::push, { 5 } ) ).success() );
    EXPECT_EQ( pop.stringValue(), "swap [5]" );
-   EXPECT_EQ( pop.smush( MplsLabelOperation( MplsLabelAction::swap, { 6 } ) ).error(),
-              Error::actionUnsupported );
-   EXPECT_EQ( pop.stringValue(), "swap [5]" );
+   EXPECT_TRUE( pop.smush( MplsLabelOperation( MplsLabelAction::swap, { 6 } ) ).success() );
+   EXPECT_EQ( pop.stringValue(), "swap [6 5]" );
+   MplsLabelOperation overImplicitNull( MplsLabelAction::push, { 100 } );
+   EXPECT_TRUE( overImplicitNull.smush( MplsLabelOperation( MplsLabelAction::pop, {} ) ).success() );
+   EXPECT_EQ( overImplicitNull.stringValue(), "push [100]" );
 }
 
 TEST( KorvoMplsLabelOperation, EntropyLabelGoesBeneathTheGivenNumberOfLabels ) {

@@ -26,8 +26,11 @@ TEST( TunnelIdColl, ReactorToldEachChangedKey ) {
    EXPECT_TRUE( coll->entryHas( b ) );
    EXPECT_FALSE( coll->entry( b ) );
    coll->entryDel( TunnelId( TunnelType::ldpTunnel, 3 ) ); // absent: no change, no news
+   coll->entryIs( a, true );                                // the same value: no news
    EXPECT_EQ( coll->size(), 2u );
    EXPECT_EQ( told, ( std::vector{ a, b } ) );
+   coll->entryIs( b, true );
+   EXPECT_EQ( told, ( std::vector{ a, b, b } ) );
 
    TunnelIdCollByTunnelId byId( a );
    byId.entryIs( b, true );

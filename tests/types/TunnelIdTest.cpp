@@ -85,6 +85,12 @@ TEST( TunnelId, TableTypesDefaultsAndEcmp ) {
    EXPECT_FALSE( contributeToTunnelRib( TunnelType::tiLfaTunnel ) );
    EXPECT_TRUE( TunnelId( TunnelType::ldpTunnel, 1 ).supportsEntropyLabelPush() );
    EXPECT_FALSE( TunnelId( TunnelType::bgpLuTunnel, 1 ).supportsEntropyLabelPush() );
+   // Only types whose tables follow the entropy-label setting may carry one.
+   EXPECT_TRUE( TunnelId( TunnelType::rsvpFrrBackupTunnel, 1 ).supportsEntropyLabelPush() );
+   for ( auto type : { TunnelType::rsvpLerTunnel, TunnelType::rsvpLerSubTunnel,
+                       TunnelType::tiLfaTunnel, TunnelType::isisFlexAlgoTunnel } ) {
+      EXPECT_FALSE( TunnelId( type, 1 ).supportsEntropyLabelPush() ) << type;
+   }
    EXPECT_EQ( TableIdToNameMap.size(), 14u );
    EXPECT_EQ( TableIdToNameMap.at( TunnelTableIdentifier::isisFlexAlgoTable ),
               "isisFlexAlgoTunnel" );

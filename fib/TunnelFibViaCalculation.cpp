@@ -1,0 +1,283 @@
+#include "fib/TunnelFibViaCalculation.h"
+
+#include "fib/TunnelFibSm.h"
+#include "fib/TunnelTableEntryLookup.h"
+#include "platform/vel/Assert.h"
+#include "platform/vel/Trace.h"
+
+namespace Tunnel::TunnelTable {
+
+using Flags = TunnelFibViaCalcResult;
+
+namespace {
+
+bool isBgpLu( TunnelId id ) {
+   return id.tunnelType() == TunnelType::bgpLuPushTunnel ||
+          id.tunnelType() == TunnelType::bgpLuTunnel;
+}
+
+bool entropyLabelApplies( const TunnelFibSm & sm, TunnelId tunnelId ) {
+   return sm.entropyLabelPush() && tunnelId.supportsEntropyLabelPush();
+}
+
+// The entropy label of the tunnel's own labels on a via resolved over a lower
+// tunnel, put in before the lower tunnel's labels are merged. False when it
+// did not fit.
+bool addEntropyLabelToResolvedVia( const TunnelFibSm & sm, TunnelId tunnelId,
+                                   Korvo::MplsLabelOperation & labelOp ) {
+   if ( !entropyLabelApplies( sm, tunnelId ) ) {
+      return true;
+   }
+   if ( labelOp.hasEntropyLabel() ) {
+      VEL_TRACE( 8, "Top-level tunnel ", tunnelId, " already has entropy label, skip adding" );
+      return true;
+   }
+   if ( labelOp.stackSize() == 0 ) {
+      VEL_TRACE( 8, "Not setting EL position on empty label stack for tunnel: ", tunnelId );
+      return true;
+   }
+   Korvo::BoundedMplsLabelStackResult result = labelOp.entropyLabelAndIndicatorIs( 0 );
+   if ( !result.success() ) {
+      VEL_TRACE( 8, "Failed to add ELI + EL for tunnel ", tunnelId, ". Result: ", result );
+      return false;
+   }
+   return true;
+}
+
+bool addEntropyLabelToPlainVia( const TunnelFibSm & sm, TunnelId tunnelId,
+                                Korvo::MplsLabelOperation & labelOp ) {
+   if ( !entropyLabelApplies( sm, tunnelId ) ) {
+      return true;
+   }
+   if ( labelOp.stackSize() == 0 ) {
+      VEL_TRACE( 8, "Not setting EL position on empty label stack for tunnel: ", tunnelId );
+      return true;
+   }
+   Korvo::BoundedMplsLabelStackResult result = labelOp.entropyLabelAndIndicatorIs( 0 );
+   if ( !result.success() ) {
+      VEL_TRACE( 8, "Failed to add ELI + EL. Result: ", result );
+      return false;
+   }
+   return true;
+}
+
+// Why a lower tunnel without programmed vias gives none.
+Flags classifyLowerTunnelWithoutVias( TunnelFibSm & sm, TunnelId lower ) {
+   if ( !sm.tunnelTableEntryHas( lower ) ) {
+      VEL_TRACE( 8, "    Next-level tunnel ", lower, " is missing its tunnel table entry" );
+      return Flags( Flags::recTunMissing );
+   }
+   if ( !sm.tunnelContributesToTunnelFib( lower ) ) {
+      VEL_TRACE( 8, "    Next-level tunnel ", lower, " is not contributing to tunnel FIB" );
+      return Flags( Flags::recTunNonContrib );
+   }
+   if ( sm.tunnelForReview( lower ) ) {
+      VEL_TRACE( 8, "    Next-level tunnel ", lower, " is not ready" );
+      sm.lowerTunnelAwaitedIs( lower );
+      return Flags( Flags::recTunNotReady );
+   }
+   VEL_TRACE( 8, "    Next-level tunnel ", lower, " is unprogrammable" );
+   return Flags( Flags::recTunUnprogrammable );
+}
+
+TunnelFibCalcResult entryDeleted() { return { Flags(), true, false }; }
+TunnelFibCalcResult notContributing() { return { Flags(), false, false }; }
+
+// Entries with a list of labelled vias.
+template< class Entry >
+TunnelFibCalcResult calculateTunnelFibEntryViasFromMplsEntry( TunnelFibSm & sm,
+                                                              ConsolidatedTunnelFibEntry & cons,
+                                                              const Entry * entry ) {
+   if ( !entry ) {
+      return entryDeleted();
+   }
+   if ( !sm.tunnelContributesToTunnelFib( cons.tunnelId() ) ) {
+      return notContributing();
+   }
+   Flags viaResult;
+   const ViaList< MplsVia > & vias = entry->mplsVia();
+   for ( unsigned i = 0; i < vias.size(); ++i ) {
+      viaResult |= calculateTunnelFibEntryMplsVia( sm, cons, vias[ ViaIndex( i ) ] );
+   }
+   return { viaResult, false, true };
+}
+
+// Entries with plain vias that all apply the entry's one label operation.
+template< class Entry >
+TunnelFibCalcResult calculateTunnelFibEntryMplsVias( TunnelFibSm & sm,
+                                                     ConsolidatedTunnelFibEntry & cons,
+                                                     const Entry * entry ) {
+   if ( !entry ) {
+      return entryDeleted();
+   }
+   if ( !sm.tunnelContributesToTunnelFib( cons.tunnelId() ) ) {
+      return notContributing();
+   }
+   const Korvo::MplsLabelOperation & labelOp = entry->labelOperation();
+   if ( labelOp.action() != Korvo::MplsLabelAction::push ) {
+      VEL_TRACE( 8, "Non push label operation for tableEntry with op ", labelOp, " !!" );
+   }
+   Flags viaResult;
+   const ViaList< Via > & vias = entry->via();
+   for ( unsigned i = 0; i < vias.size(); ++i ) {
+      viaResult |= calculateTunnelFibEntryMplsVia( sm, cons, MplsVia( vias[ ViaIndex( i ) ], labelOp ) );
+   }
+   return { viaResult, false, true };
+}
+
+TunnelFibCalcResult calculateFrom( TunnelFibSm & sm, ConsolidatedTunnelFibEntry & cons,
+                                   const MplsTunnelTableEntryBase * entry ) {
+   return calculateTunnelFibEntryViasFromMplsEntry( sm, cons, entry );
+}
+
+TunnelFibCalcResult calculateFrom( TunnelFibSm & sm, ConsolidatedTunnelFibEntry & cons,
+                                   const BgpLuTunnelTableEntry * entry ) {
+   return calculateTunnelFibEntryMplsVias( sm, cons, entry );
+}
+
+// The RSVP kinds and TI-LFA: one primary via protected by an optional backup
+// via, installed as it stands, or a list of primary vias without backup.
+TunnelFibCalcResult calculateFrom( TunnelFibSm & sm, ConsolidatedTunnelFibEntry & cons,
+                                   const ProtectedTunnelTableEntryBase * entry ) {
+   if ( !entry ) {
+      return entryDeleted();
+   }
+   if ( !sm.tunnelContributesToTunnelFib( cons.tunnelId() ) ) {
+      return notContributing();
+   }
+   if ( !entry->mplsVia().empty() ) {
+      TunnelFibCalcResult result = calculateTunnelFibEntryViasFromMplsEntry( sm, cons, entry );
+      cons.backupViaInfoDelAll();
+      return result;
+   }
+   Flags viaResult;
+   // An entry without any via is one with no vias, not one with an empty via.
+   if ( entry->primaryVia() != MplsVia() ) {
+      viaResult = calculateTunnelFibEntryMplsVia( sm, cons, entry->primaryVia() );
+   }
+   cons.backupViaInfoDelAll();
+   if ( entry->backupVia() != MplsVia() ) {
+      cons.insertBackupLabelStackVia( entry->backupVia().via(), entry->backupVia().labelOperation() );
+   }
+   return { viaResult, false, true };
+}
+
+TunnelFibCalcResult calculateFrom( TunnelFibSm & sm, ConsolidatedTunnelFibEntry & cons,
+                                   const NexthopGroupTunnelTableEntry * entry ) {
+   if ( !entry ) {
+      return entryDeleted();
+   }
+   if ( !sm.tunnelContributesToTunnelFib( cons.tunnelId() ) ) {
+      return notContributing();
+   }
+   cons.insertInvalidVia(
+      Via( Korvo::IpGenAddr::ipv4( 0 ),
+           Korvo::NexthopGroupIntfId::nexthopGroupIdToIntfId( entry->nexthopGroupId() ) ) );
+   return { Flags(), false, true };
+}
+
+template< class Info >
+TunnelFibCalcResult calculateFrom( TunnelFibSm & sm, ConsolidatedTunnelFibEntry & cons,
+                                   const InterfaceTunnelTableEntry< Info > * entry ) {
+   if ( !entry ) {
+      return entryDeleted();
+   }
+   if ( !sm.tunnelContributesToTunnelFib( cons.tunnelId() ) ) {
+      return notContributing();
+   }
+   if constexpr ( std::is_same_v< Info, GreTunnelInfo > ) {
+      cons.insertGreVia( entry->via(), entry->tunnelInfo() );
+   } else if constexpr ( std::is_same_v< Info, IpsecGreTunnelInfo > ) {
+      cons.insertIpsecGreVia( entry->via(), entry->tunnelInfo() );
+   } else {
+      cons.insertIpsecVtiVia( entry->via(), entry->tunnelInfo() );
+   }
+   return { Flags(), false, true };
+}
+
+} // namespace
+
+TunnelFibCalcResult calculateTunnelFibEntryVias( TunnelFibSm & sm,
+                                                 ConsolidatedTunnelFibEntry & consFibEntry ) {
+   TunnelFibCalcResult result;
+   const bool supported =
+      visitTunnelTableEntry( sm, consFibEntry.tunnelId(), [ & ]( const auto * entry ) {
+         result = calculateFrom( sm, consFibEntry, entry );
+      } );
+   VEL_ASSERT( supported, "Unsupported tunnel type" );
+   return result;
+}
+
+TunnelFibViaCalcResult calculateTunnelFibEntryMplsVia( TunnelFibSm & sm,
+                                                       ConsolidatedTunnelFibEntry & consFibEntry,
+                                                       const MplsVia & mplsVia ) {
+   const TunnelId tunnelId = consFibEntry.tunnelId();
+   const Via & via = mplsVia.via();
+   bool resolve = Korvo::DynamicTunnelIntfId::isDynamicTunnelIntfId( via.intfId() );
+   TunnelId lower;
+   if ( resolve ) {
+      lower = TunnelId( Korvo::DynamicTunnelIntfId::tunnelId( via.intfId() ) );
+      // Unflattened, only BGP-LU over BGP-LU is still resolved; every other
+      // via keeps pointing at its tunnel interface.
+      resolve = !sm.unflatten() || ( isBgpLu( lower ) && isBgpLu( tunnelId ) );
+   }
+
+   if ( !resolve ) {
+      Korvo::MplsLabelOperation labelOp = mplsVia.labelOperation();
+      if ( !addEntropyLabelToPlainVia( sm, tunnelId, labelOp ) ) {
+         return Flags( Flags::recTunFlattenError );
+      }
+      consFibEntry.insertLabelStackVia( via, labelOp );
+      return Flags();
+   }
+
+   // The edge is kept whatever happens below, so this tunnel is computed
+   // again when the lower one changes.
+   sm.directDependencyIs( tunnelId, lower );
+   if ( sm.tunnelFibEntryMarkedUnprocessed( lower ) && sm.tunnelForReview( lower ) ) {
+      VEL_TRACE( 8, "      Skipping vias for tunnel ", lower, " (marked unprocessed)" );
+      sm.lowerTunnelAwaitedIs( lower );
+      return Flags( Flags::recTunNotReady );
+   }
+   const auto & resolvedBy = sm.resolvedByTunnels();
+   auto beneathLower = resolvedBy.find( lower );
+   if ( lower == tunnelId || ( beneathLower != resolvedBy.end() && beneathLower->second.has( tunnelId ) ) ) {
+      VEL_TRACE( 8, "    Cycle detected while trying to create MplsVia for tunnelId ", tunnelId,
+                 " via tunnelId ", lower );
+      return Flags( Flags::recTunCycle );
+   }
+   const TunnelFib::TunnelFibEntry * lowerEntry = sm.tunnelFib()->entryFind( lower );
+   if ( !lowerEntry || lowerEntry->tunnelVia().empty() ) {
+      return classifyLowerTunnelWithoutVias( sm, lower );
+   }
+
+   Flags result;
+   bool added = false;
+   for ( const TunnelFib::TunnelVia & lowerVia : lowerEntry->tunnelVia() ) {
+      Korvo::MplsLabelOperation labelOp = mplsVia.labelOperation();
+      if ( !addEntropyLabelToResolvedVia( sm, tunnelId, labelOp ) ) {
+         return Flags( Flags::recTunFlattenError );
+      }
+      const TunnelFib::LabelStackEncap * lowerStack =
+         sm.tunnelFib()->labelStackEncap().find( lowerVia.encapId() );
+      const Korvo::MplsLabelOperation lowerLabelOp =
+         lowerStack ? lowerStack->info() : Korvo::MplsLabelOperation();
+      const Korvo::MplsLabelOperation ownLabelOp = labelOp;
+      Korvo::SmushResult merged = labelOp.smush( lowerLabelOp );
+      if ( merged.success() ) {
+         consFibEntry.insertLabelStackVia( lowerVia.via(), labelOp );
+         added = true;
+      } else {
+         VEL_TRACE( 8, "      Ignored flattened TunnelVia for tunnel ", tunnelId,
+                    " via (label stack too large: ", ownLabelOp, " + ", lowerLabelOp,
+                    "), Label stack result: ", merged );
+         result = Flags( Flags::recTunFlattenError );
+      }
+   }
+   if ( added ) {
+      sm.resolvedByTunnelsIs( tunnelId, lower );
+   }
+   return result;
+}
+
+} // namespace Tunnel::TunnelTable
