@@ -20,6 +20,8 @@ std::string alignedRows( const std::vector< Row > & rows, const std::string & in
             out += std::string( widths[ i ] - row[ i ].size() + 2, ' ' );
          }
       }
+      // An empty last cell leaves no trailing blanks.
+      out.erase( out.find_last_not_of( ' ' ) + 1 );
       out += "\n";
    }
    return out;

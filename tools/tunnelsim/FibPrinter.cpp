@@ -170,6 +170,9 @@ Json fibJson( const FibView & fib ) {
       json[ "encapId" ] = id.stringValue();
       json[ "type" ] = stringValue( id.encapType() );
       json[ "refCount" ] = encap.refCount;
+      if ( encap.writerRefCount ) {
+         json[ "writerRefCount" ] = *encap.writerRefCount;
+      }
       std::visit( EncapFields{ json }, encap.value );
       encaps.push_back( std::move( json ) );
    }
@@ -203,7 +206,10 @@ std::string fibTable( const FibView & fib ) {
       std::vector< Row > rows = { { "encap id", "type", "refs", "holds" } };
       for ( const auto & [ id, encap ] : fib.encaps ) {
          rows.push_back( { id.stringValue(), stringValue( id.encapType() ),
-                           std::to_string( encap.refCount ),
+                           std::to_string( encap.refCount ) +
+                              ( encap.writerRefCount
+                                   ? " (writer " + std::to_string( *encap.writerRefCount ) + ")"
+                                   : "" ),
                            std::visit( EncapText{}, encap.value ) } );
       }
       out += alignedRows( rows, "  " );

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 
+#include "fib/TunnelFibSm.h"
 #include "rib/TunnelRibConfigDirSm.h"
 #include "agent/TunnelAgent.h"
 #include "types/ColoredTunnelRib.h"
@@ -43,6 +44,14 @@ FibView fibView( const Tunnel::TunnelAgent & agent ) {
             if ( encap != fib.encaps.end() ) {
                ++encap->second.refCount;
             }
+         }
+      }
+   }
+   if ( const auto & fibSm = agent.tunnelFibSm() ) {
+      for ( auto & [ id, encap ] : fib.encaps ) {
+         std::uint32_t counted = fibSm->tunnelFibWriter()->encapIdRefCount( id );
+         if ( counted != encap.refCount ) {
+            encap.writerRefCount = counted;
          }
       }
    }

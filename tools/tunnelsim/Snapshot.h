@@ -44,6 +44,8 @@ struct FibView {
       EncapValue value;
       // How many primary and backup vias of the entries name the encap.
       std::uint32_t refCount = 0;
+      // The running writer's own count, kept only when it differs.
+      std::optional< std::uint32_t > writerRefCount;
    };
 
    // In tunnel id order.
