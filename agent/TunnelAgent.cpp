@@ -40,7 +40,7 @@ TunnelAgent::TunnelAgent( Options options )
         ribNameIdMap( Vel::make< TunnelRibNameIdMap >() ),
         grStatus( Vel::make< Gr::TunnelRibGrStatusContainer >(
            Vel::make< Gr::TunnelGrContext >() ) ),
-        tunnelFibGrStatus( Vel::make< Gr::TunnelFibGrStatus >() ),
+        tunnelFibGrStatus( Vel::make< Gr::TunnelFibGrStatus >( grStatus->tunnelGrContext() ) ),
         tunnelFib( entityManager->mount< TunnelFib::TunnelFib >( TunnelFib::TunnelFib::mountPath ) ),
         options_( options ) {
    // The system RIB keeps, per type that can enter a RIB, the best tunnels of

@@ -49,14 +49,28 @@ TunnelFibSm::~TunnelFibSm() {
    fibEntryReactor_.zombieIs();
    entropyLabelPushReactor_.zombieIs();
    taskRunReactor_.zombieIs();
-   if ( task_ && scheduler_->taskScheduled( *task_ ) ) {
-      scheduler_->unscheduleTask( *task_ );
+   taskWorkPendingReactor_.zombieIs();
+   postGrCleanupTaskReactor_.zombieIs();
+   backlogsEmptyReactor_.zombieIs();
+   grStatusBacklogEmptyReactor_.zombieIs();
+   restartCompleteReactor_.zombieIs();
+   ldpControlReactor_.zombieIs();
+   ldpTableCompleteReactor_.zombieIs();
+   for ( const auto & task : { task_, postGrCleanupTask_ } ) {
+      if ( task && scheduler_->taskScheduled( *task ) ) {
+         scheduler_->unscheduleTask( *task );
+      }
    }
 }
 
 void TunnelFibSm::handleInitialized() {
    task_ = Vel::make< Mox::Task >( scheduler_, taskPriority, "TunnelFibSm" );
    taskRunReactor_ = task_->onRun( [ this ] { drainTunnelBacklog(); } );
+   taskWorkPendingReactor_ = task_->workPending().react( [ this ] {
+      if ( !task_->workPending()() ) {
+         maybeMarkInputProcessedBacklogEmpty();
+      }
+   } );
 
    bindTables();
    tablesReactor_ = tunnelTableEntities_->tunnelTable().react(
@@ -97,6 +111,9 @@ void TunnelFibSm::handleInitialized() {
    handleNexthopGroupTunnelEntry();
    handleTiLfaTunnelEntry();
    handleIsisFlexAlgoTunnelEntry();
+   if ( Toggles::toggleEnabled( "MplsL3VpnSso" ) ) {
+      initializeGr();
+   }
    initialized_ = true;
 }
 
@@ -153,6 +170,9 @@ void TunnelFibSm::bindTable( Vel::PtrConst< Table > & slot,
       }
    }
    forEachTunnel( table, [ this, entryHandler ]( const TunnelId & id ) { ( this->*entryHandler )( id ); } );
+   if constexpr ( Table::tableId == TunnelTableIdentifier::ldpTable ) {
+      handleLdpEntryControl();
+   }
 }
 
 void TunnelFibSm::reviewTunnelsOfType( TunnelType type ) {

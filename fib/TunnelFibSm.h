@@ -20,6 +20,8 @@
 #include "types/TunnelFib.h"
 #include "types/TunnelFibGrStatus.h"
 #include "fib/TunnelIdSet.h"
+#include "ingest/InputProcessedSm.h"
+#include "types/InputProcessedStatus.h"
 #include "types/ProtocolTunnelTable.h"
 #include "types/TunnelIdColl.h"
 
@@ -173,9 +175,33 @@ class TunnelFibSm : public Vel::PtrInterface {
       return ipsecVtiIntfTable_;
    }
 
+   // Graceful restart, while "MplsL3VpnSso" is on: the LDP table is tracked
+   // until its producer declares it complete (or the restart ends); once it
+   // is and the backlog is empty, the status says so, the counters count it
+   // and the cleanup task drops the input-processed machine.
+   const Vel::Ptr< Gr::InputProcessedStatus > & inputProcessedStatus() const noexcept {
+      return inputProcessedStatus_;
+   }
+   const Vel::Ptr< Gr::InputProcessedSm > & inputProcessedSm() const noexcept {
+      return inputProcessedSm_;
+   }
+   void inputProcessedSmDel() { inputProcessedSm_ = nullptr; }
+   const Vel::PtrConst< Gr::TunnelGrContext > & tunnelGrContext() const noexcept {
+      return tunnelGrContext_;
+   }
+   const Vel::Ptr< Mox::Task > & postGrCleanupTask() const noexcept { return postGrCleanupTask_; }
+   void handleQuiescedNotification();
+   void addTunnelTablesQuiesced( TunnelTableIdentifier tableId );
+   void maybeMarkInputProcessedBacklogEmpty();
+   void markGrStatusBacklogEmpty();
+   void maybeUpdateGrCounters();
+   void doCleanupPostGr();
+
    void dumpState( Mox::DumpContext & ctx, unsigned indent ) const;
 
  private:
+   void initializeGr();
+   void handleLdpEntryControl();
    void handleInitialized();
    void bindTables();
    template< class Table >
@@ -230,6 +256,19 @@ class TunnelFibSm : public Vel::PtrInterface {
    Vel::Reactor fibEntryReactor_;
    Vel::Reactor entropyLabelPushReactor_;
    Vel::Reactor taskRunReactor_;
+   Vel::Reactor taskWorkPendingReactor_;
+
+   Vel::Ptr< Mox::Task > postGrCleanupTask_;
+   Vel::Ptr< Gr::InputProcessedStatus > inputProcessedStatus_;
+   Vel::Ptr< Gr::InputProcessedSm > inputProcessedSm_;
+   Vel::PtrConst< Gr::TunnelGrContext > tunnelGrContext_;
+   Vel::PtrConst< Mirra::CollectionControl > ldpEntryControl_;
+   Vel::Reactor postGrCleanupTaskReactor_;
+   Vel::Reactor backlogsEmptyReactor_;
+   Vel::Reactor grStatusBacklogEmptyReactor_;
+   Vel::Reactor restartCompleteReactor_;
+   Vel::Reactor ldpControlReactor_;
+   Vel::Reactor ldpTableCompleteReactor_;
 };
 
 Vel::Ptr< TunnelFibSm > tunnelFibSmFactory( Vel::Ptr< TunnelFib::TunnelFib > tunnelFib,

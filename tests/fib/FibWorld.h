@@ -4,7 +4,9 @@
 #include <vector>
 
 #include "agent/TunnelAgent.h"
+#include "platform/vel/Trace.h"
 #include "fib/TunnelFibSm.h"
+#include "fib/TunnelFibViaCalculation.h"
 #include "types/ProtocolTunnelTable.h"
 #include "types/TunnelTableMounter.h"
 
@@ -22,6 +24,7 @@ inline TunnelId ldp( std::uint64_t i ) { return TunnelId( TunnelType::ldpTunnel,
 inline TunnelId sr( std::uint64_t i ) { return TunnelId( TunnelType::srTunnel, i ); }
 inline TunnelId bgpLu( std::uint64_t i ) { return TunnelId( TunnelType::bgpLuTunnel, i ); }
 inline TunnelId rsvpLer( std::uint64_t i ) { return TunnelId( TunnelType::rsvpLerTunnel, i ); }
+inline TunnelId of( TunnelType type, std::uint64_t i ) { return TunnelId( type, i ); }
 
 inline Korvo::IpGenAddr addr( const std::string & text ) { return *Korvo::IpGenAddr::parse( text ); }
 inline MplsLabelOperation push( std::initializer_list< Korvo::MplsLabel > labels ) {
@@ -112,6 +115,20 @@ struct FibWorld {
       return text;
    }
    bool unprogrammable( TunnelId id ) const { return agent.unprogrammable->entryHas( id ); }
+
+   // The tunnels whose FIB entry was (re)computed, in the order the trace
+   // shows them.
+   static std::vector< TunnelId > computed( const Vel::TestTraceSink & trace ) {
+      std::vector< TunnelId > ids;
+      const std::string marker = "doUpdateTunnelFibEntry tunnelId: ";
+      for ( const std::string & line : trace.lines() ) {
+         if ( auto at = line.find( marker ); at != std::string::npos ) {
+            std::string rest = line.substr( at + marker.size() );
+            ids.push_back( *TunnelId::parse( rest.substr( 0, rest.find( ' ' ) ) ) );
+         }
+      }
+      return ids;
+   }
 };
 
 using Texts = std::vector< std::string >;
