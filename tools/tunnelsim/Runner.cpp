@@ -12,7 +12,7 @@
 #include "platform/vel/Assert.h"
 #include "platform/vel/RangeException.h"
 #include "platform/vel/Trace.h"
-#include "tools/tunnelsim/Agent.h"
+#include "agent/TunnelAgent.h"
 #include "tools/tunnelsim/JsonParse.h"
 #include "tools/tunnelsim/JsonPrint.h"
 #include "tools/tunnelsim/ScenarioError.h"
@@ -95,7 +95,7 @@ std::optional< Scenario > Runner::load( const std::string & file ) {
    }
 }
 
-void Runner::configure( Agent & agent ) const {
+void Runner::configure( Tunnel::TunnelAgent & agent ) const {
    if ( options_.traceLevel ) {
       Vel::traceLevelIs( *options_.traceLevel );
    }
@@ -119,7 +119,7 @@ std::optional< std::string > Runner::guarded( const std::function< void() > & f 
    return std::nullopt;
 }
 
-void Runner::apply( Agent & agent, const Step & step ) const {
+void Runner::apply( Tunnel::TunnelAgent & agent, const Step & step ) const {
    switch ( step.kind ) {
    case Step::Kind::change:
       step.change( agent );
@@ -147,7 +147,7 @@ void Runner::apply( Agent & agent, const Step & step ) const {
    }
 }
 
-Snapshot Runner::snapshotAt( const Agent & agent, const Step * step ) const {
+Snapshot Runner::snapshotAt( const Tunnel::TunnelAgent & agent, const Step * step ) const {
    SnapshotOptions options = options_.snapshot;
    options.dump = options.dump || ( step && step->kind == Step::Kind::dump );
    Snapshot snapshot = takeSnapshot( agent, options );
@@ -179,7 +179,7 @@ int Runner::play( const std::string & file ) {
    if ( !scenario ) {
       return exitMalformed;
    }
-   Agent agent;
+   Tunnel::TunnelAgent agent( Tunnel::TunnelAgent::Options{ scenario->tunnelFib } );
    configure( agent );
    Json snapshots = Json::array();
    auto emit = [ & ]( const Snapshot & snapshot ) {
@@ -237,7 +237,9 @@ int Runner::stream( const std::optional< std::string > & file, std::istream & in
          return exitMalformed;
       }
    }
-   Agent agent;
+   // Without a file the agent is a router's: the FIB runs.
+   bool tunnelFib = !scenario || scenario->tunnelFib;
+   Tunnel::TunnelAgent agent( Tunnel::TunnelAgent::Options{ tunnelFib } );
    configure( agent );
    auto write = [ this ]( const Json & json ) {
       out_ << json.dump( -1, ' ', false, Json::error_handler_t::replace ) << "\n" << std::flush;
@@ -303,7 +305,7 @@ int Runner::stream( const std::optional< std::string > & file, std::istream & in
       try {
          // Kept alive while the step is read; the step keeps copies only.
          Json json = parseJson( text );
-         step = readStep( JsonValue( json, "$" ) );
+         step = readStep( JsonValue( json, "$" ), tunnelFib );
       } catch ( const ScenarioError & e ) {
          write( Json{ { "line", line },
                       { "refused", "<stdin>:" + std::to_string( line ) + ": " + e.what() } } );

@@ -10,9 +10,11 @@
 #include "tools/tunnelsim/Scenario.h"
 #include "tools/tunnelsim/Snapshot.h"
 
-namespace TunnelSim {
+namespace Tunnel {
+class TunnelAgent;
+}
 
-class Agent;
+namespace TunnelSim {
 
 enum class Format { json, table };
 
@@ -47,12 +49,12 @@ class Runner {
 
  private:
    std::optional< Scenario > load( const std::string & file );
-   void configure( Agent & agent ) const;
+   void configure( Tunnel::TunnelAgent & agent ) const;
    // Runs f; a failure of the agent's own (an assertion, a range error) is
    // returned as the reason the run stops.
    std::optional< std::string > guarded( const std::function< void() > & f ) const;
-   void apply( Agent & agent, const Step & step ) const;
-   Snapshot snapshotAt( const Agent & agent, const Step * step ) const;
+   void apply( Tunnel::TunnelAgent & agent, const Step & step ) const;
+   Snapshot snapshotAt( const Tunnel::TunnelAgent & agent, const Step * step ) const;
    // After a failure the library may be half-way through a change, so it is
    // not torn down: the output is flushed and the process ends here.
    [[noreturn]] void abandon() const;

@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "platform/toggles/FeatureToggles.h"
-#include "tools/tunnelsim/Agent.h"
+#include "agent/TunnelAgent.h"
 #include "tools/tunnelsim/ScenarioError.h"
 #include "tools/tunnelsim/ValueReaders.h"
 #include "types/ProtocolTunnelTable.h"
@@ -25,7 +25,7 @@ constexpr std::uint64_t u64Max = std::numeric_limits< std::uint64_t >::max();
 const std::vector< std::string_view > toggleNames = { "TunnelUnflatten", "MplsL3VpnSso" };
 
 Action sequence( std::vector< Action > actions ) {
-   return [ actions = std::move( actions ) ]( Agent & agent ) {
+   return [ actions = std::move( actions ) ]( Tunnel::TunnelAgent & agent ) {
       for ( const Action & action : actions ) {
          action( agent );
       }
@@ -59,11 +59,11 @@ Action readEntryDeletes( const JsonValue & value ) {
 Action describeTable( const TableKind & kind, bool described ) {
    std::string name( kind.name );
    if ( described ) {
-      return [ name ]( Agent & agent ) {
+      return [ name ]( Tunnel::TunnelAgent & agent ) {
          agent.tableInfo->tableInfoIs( name, TunnelTableMounter::tableInfo( name ) );
       };
    }
-   return [ name ]( Agent & agent ) { agent.tableInfo->tableInfoDel( name ); };
+   return [ name ]( Tunnel::TunnelAgent & agent ) { agent.tableInfo->tableInfoDel( name ); };
 }
 
 // [ "<table>", ... ]
@@ -154,7 +154,7 @@ std::vector< TableSettings > readRibTables( const JsonValue & value ) {
 // A RIB's configuration becomes what the scenario says. An existing
 // configuration is edited in place, as an operator's change would be, so the
 // machines see changes of single settings.
-void applyRibConfig( Agent & agent, const Vel::Name & name,
+void applyRibConfig( Tunnel::TunnelAgent & agent, const Vel::Name & name,
                      const std::vector< TableSettings > & tables ) {
    auto config = agent.ribConfigDir->tunnelRibConfig( name );
    bool fresh = !config;
@@ -201,7 +201,7 @@ Action readRibConfigs( const JsonValue & value ) {
    for ( const auto & [ name, tables ] :
          value.members( "an object of tunnel RIB names to configurations" ) ) {
       Vel::Name ribName = readRibName( tables, name );
-      actions.push_back( [ ribName, settings = readRibTables( tables ) ]( Agent & agent ) {
+      actions.push_back( [ ribName, settings = readRibTables( tables ) ]( Tunnel::TunnelAgent & agent ) {
          applyRibConfig( agent, ribName, settings );
       } );
    }
@@ -214,20 +214,21 @@ Action readRibDeletes( const JsonValue & value ) {
    for ( const JsonValue & name : value.elements( "a list of tunnel RIB names" ) ) {
       names.push_back( readRibName( name, name.string( "a tunnel RIB name" ) ) );
    }
-   return [ names ]( Agent & agent ) {
+   return [ names ]( Tunnel::TunnelAgent & agent ) {
       for ( const Vel::Name & name : names ) {
          agent.ribConfigDir->tunnelRibConfigDel( name );
       }
    };
 }
 
-// [ tunnel id, ... ]: ids the tunnel FIB could (not) program.
+// [ tunnel id, ... ]: ids the tunnel FIB could (not) program, marked by
+// hand while the FIB machine is off.
 Action readUnprogrammable( const JsonValue & value, bool unprogrammable ) {
    std::vector< TunnelId > ids;
    for ( const JsonValue & id : value.elements( "a list of tunnel ids" ) ) {
       ids.push_back( readTunnelId( id ) );
    }
-   return [ ids, unprogrammable ]( Agent & agent ) {
+   return [ ids, unprogrammable ]( Tunnel::TunnelAgent & agent ) {
       for ( TunnelId id : ids ) {
          if ( unprogrammable ) {
             agent.unprogrammable->entryIs( id, true );
@@ -236,6 +237,15 @@ Action readUnprogrammable( const JsonValue & value, bool unprogrammable ) {
          }
       }
    };
+}
+
+// A running FIB machine writes the unprogrammable tunnels itself; a mark
+// written beside it would be overwritten or wrongly kept.
+[[noreturn]] void refuseHandWrittenMarks( const JsonValue & where ) {
+   throw ScenarioError( where.path(),
+                        "the tunnel FIB owns the unprogrammable tunnels; expected "
+                        "\"tunnelFib\": false at the top of the scenario to mark tunnels by "
+                        "hand" );
 }
 
 // { "converged": bool, "seqno": n }; without a seqno, BGP-LU has converged
@@ -248,7 +258,7 @@ Action readBgpLuConvergence( const JsonValue & value ) {
    if ( auto field = object.get( "seqno" ) ) {
       seqno = field->unsignedNumber( u64Max );
    }
-   return [ converged, seqno ]( Agent & agent ) {
+   return [ converged, seqno ]( Tunnel::TunnelAgent & agent ) {
       std::uint64_t current =
          seqno ? *seqno : agent.producerTable< BgpLuTunnelTable >()->entry().sequenceNumber();
       agent.bgpLuConvergence->convergedIs( converged, current );
@@ -266,7 +276,7 @@ Action readGracefulRestart( const JsonValue & value ) {
    if ( auto field = object.get( "restartComplete" ) ) {
       complete = field->boolean();
    }
-   return [ tracking, complete ]( Agent & agent ) {
+   return [ tracking, complete ]( Tunnel::TunnelAgent & agent ) {
       auto & context = *agent.grStatus->tunnelGrContext();
       if ( tracking ) {
          context.restartTrackingIs( *tracking );
@@ -277,12 +287,19 @@ Action readGracefulRestart( const JsonValue & value ) {
    };
 }
 
-// { "entropyLabelPush": bool }
+// { "entropyLabelPush": bool }; a setting not written stays as it is.
 Action readMplsTunnelConfig( const JsonValue & value ) {
    JsonObject object =
       value.object( "the MPLS tunnel configuration: an object", { "entropyLabelPush" } );
-   bool push = object.booleanOr( "entropyLabelPush", false );
-   return [ push ]( Agent & agent ) { agent.entropyLabelPush = push; };
+   std::optional< bool > push;
+   if ( auto field = object.get( "entropyLabelPush" ) ) {
+      push = field->boolean();
+   }
+   return [ push ]( Tunnel::TunnelAgent & agent ) {
+      if ( push ) {
+         agent.mplsTunnelConfig->entropyLabelPushIs( *push );
+      }
+   };
 }
 
 // { "<toggle>": bool, ... }; a toggle not named is off, whatever a toggle
@@ -296,7 +313,7 @@ Action readToggles( const std::optional< JsonValue > & value ) {
    for ( std::string_view name : toggleNames ) {
       toggles.emplace_back( name, object && object->booleanOr( name, false ) );
    }
-   return [ toggles ]( Agent & ) {
+   return [ toggles ]( Tunnel::TunnelAgent & ) {
       for ( const auto & [ name, on ] : toggles ) {
          Toggles::FeatureToggles::instance().toggleIs( name, on );
       }
@@ -343,7 +360,7 @@ std::string stepVerbList() {
 
 } // namespace
 
-Step readStep( const JsonValue & value ) {
+Step readStep( const JsonValue & value, bool tunnelFib ) {
    Step step{ Step::Kind::run, value.path(), {}, {}, 0, {} };
    if ( value.isString() ) {
       step.verb = value.string();
@@ -383,6 +400,9 @@ Step readStep( const JsonValue & value ) {
       step.seconds = argument->seconds();
       return step;
    }
+   if ( tunnelFib && ( step.verb == "unprogrammable" || step.verb == "programmable" ) ) {
+      refuseHandWrittenMarks( *argument );
+   }
    for ( const ChangeVerb & verb : changeVerbs ) {
       if ( verb.name == step.verb ) {
          step.kind = Step::Kind::change;
@@ -396,8 +416,13 @@ Step readStep( const JsonValue & value ) {
 Scenario readScenario( const JsonValue & document ) {
    JsonObject object = document.object(
       "a scenario: an object",
-      { "comment", "toggles", "gracefulRestart", "mplsTunnelConfig", "tables", "ribs",
-        "unprogrammable", "bgpLuConvergence", "script" } );
+      { "comment", "tunnelFib", "toggles", "gracefulRestart", "mplsTunnelConfig", "tables",
+        "ribs", "unprogrammable", "bgpLuConvergence", "script" } );
+   Scenario scenario;
+   scenario.tunnelFib = object.booleanOr( "tunnelFib", true );
+   if ( scenario.tunnelFib && object.has( "unprogrammable" ) ) {
+      refuseHandWrittenMarks( *object.get( "unprogrammable" ) );
+   }
    // The order in which a starting agent finds its inputs: toggles first, as
    // they are read once; the configuration last, so the RIBs are built over
    // tables that are already there.
@@ -417,11 +442,10 @@ Scenario readScenario( const JsonValue & document ) {
          setup.push_back( read( *section ) );
       }
    }
-   Scenario scenario;
    scenario.setup = sequence( std::move( setup ) );
    if ( auto script = object.get( "script" ) ) {
       for ( const JsonValue & step : script->elements( "a script: a list of steps" ) ) {
-         scenario.script.push_back( readStep( step ) );
+         scenario.script.push_back( readStep( step, scenario.tunnelFib ) );
          Step::Kind kind = scenario.script.back().kind;
          scenario.printsAnything |= kind == Step::Kind::print || kind == Step::Kind::dump;
       }

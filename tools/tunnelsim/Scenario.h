@@ -27,6 +27,9 @@ struct Step {
 // A scenario file, read whole and checked before anything is applied: the
 // inputs to set up before the agent starts, and the script to play then.
 struct Scenario {
+   // Whether the agent runs the tunnel FIB machine; without it the scenario
+   // marks unprogrammable tunnels by hand.
+   bool tunnelFib = true;
    Action setup;
    std::vector< Step > script;
    bool printsAnything = false;
@@ -35,6 +38,8 @@ struct Scenario {
 // Read a whole scenario (the JSON document of a file).
 Scenario readScenario( const JsonValue & document );
 // Read one step: an element of a script, or one line of the streaming mode.
-Step readStep( const JsonValue & value );
+// With the tunnel FIB running, steps that mark tunnels (un)programmable are
+// refused: the FIB owns those marks.
+Step readStep( const JsonValue & value, bool tunnelFib );
 
 } // namespace TunnelSim

@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <charconv>
 
+#include "fib/TunnelFibSm.h"
 #include "rib/TunnelRibConfigDirSm.h"
-#include "tools/tunnelsim/Agent.h"
+#include "agent/TunnelAgent.h"
 #include "types/ColoredTunnelRib.h"
 #include "types/TunnelRib.h"
 
@@ -21,7 +22,46 @@ void addEntries( const Rib & rib, RibView & view ) {
    }
 }
 
-std::string nameOf( const Agent & agent, TunnelRibId id ) {
+template< class Table >
+void addEncaps( const Table & table, FibView & fib ) {
+   for ( const auto & [ id, record ] : table ) {
+      fib.encaps[ id ].value = record.info();
+   }
+}
+
+FibView fibView( const Tunnel::TunnelAgent & agent ) {
+   const Tunnel::TunnelFib::TunnelFib & tunnelFib = *agent.tunnelFib;
+   FibView fib;
+   addEncaps( tunnelFib.greEncap(), fib );
+   addEncaps( tunnelFib.ipsecVtiEncap(), fib );
+   addEncaps( tunnelFib.ipsecGreEncap(), fib );
+   addEncaps( tunnelFib.labelStackEncap(), fib );
+   for ( const auto & [ id, entry ] : tunnelFib.entry() ) {
+      fib.entries.push_back( entry );
+      for ( const auto * vias : { &entry.tunnelVia(), &entry.backupTunnelVia() } ) {
+         for ( const Tunnel::TunnelFib::TunnelVia & via : *vias ) {
+            auto encap = fib.encaps.find( via.encapId() );
+            if ( encap != fib.encaps.end() ) {
+               ++encap->second.refCount;
+            }
+         }
+      }
+   }
+   if ( const auto & fibSm = agent.tunnelFibSm() ) {
+      for ( auto & [ id, encap ] : fib.encaps ) {
+         std::uint32_t counted = fibSm->tunnelFibWriter()->encapIdRefCount( id );
+         if ( counted != encap.refCount ) {
+            encap.writerRefCount = counted;
+         }
+      }
+   }
+   for ( const auto & [ id, unprogrammable ] : agent.unprogrammable->entry() ) {
+      fib.unprogrammable.push_back( id );
+   }
+   return fib;
+}
+
+std::string nameOf( const Tunnel::TunnelAgent & agent, TunnelRibId id ) {
    for ( const auto & [ name, namedId ] : agent.ribNameIdMap->names() ) {
       if ( namedId == id ) {
          return name.text();
@@ -32,7 +72,7 @@ std::string nameOf( const Agent & agent, TunnelRibId id ) {
 
 } // namespace
 
-Snapshot takeSnapshot( const Agent & agent, const SnapshotOptions & options ) {
+Snapshot takeSnapshot( const Tunnel::TunnelAgent & agent, const SnapshotOptions & options ) {
    Snapshot snapshot;
    snapshot.time = agent.scheduler->now();
    const std::string prefix = TunnelRibConfigDirSm::statusPathPrefix;
@@ -71,6 +111,9 @@ Snapshot takeSnapshot( const Agent & agent, const SnapshotOptions & options ) {
    }
    for ( const auto & [ id, seqno ] : agent.tunnelConvergence->tunnelRibConvergenceSeqno() ) {
       snapshot.convergence[ id ] = seqno;
+   }
+   if ( agent.tunnelFibEnabled() ) {
+      snapshot.fib = fibView( agent );
    }
    if ( options.dump ) {
       snapshot.dump = agent.dump();

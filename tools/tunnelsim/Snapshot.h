@@ -2,18 +2,28 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
+#include <variant>
 #include <vector>
 
+#include "platform/korvo/MplsLabelOperation.h"
 #include "types/ColoredTunnelEndpoint.h"
+#include "types/EncapId.h"
+#include "types/GreTunnelInfo.h"
+#include "types/IpsecGreTunnelInfo.h"
+#include "types/IpsecVtiTunnelInfo.h"
+#include "types/TunnelFibEntry.h"
 #include "types/TunnelRibEntry.h"
 #include "types/TunnelRibId.h"
 #include "types/TunnelType.h"
 
-namespace TunnelSim {
+namespace Tunnel {
+class TunnelAgent;
+}
 
-class Agent;
+namespace TunnelSim {
 
 // One tunnel RIB as the agent has written it.
 struct RibView {
@@ -23,6 +33,27 @@ struct RibView {
    bool colored = false;
    // In the RIB's own order.
    std::vector< Tunnel::TunnelTable::TunnelRibEntry > entries;
+};
+
+// The tunnel FIB as its tables hold it; read from the tables alone, so it
+// shows the same whether the machines run or not.
+struct FibView {
+   using EncapValue = std::variant< Korvo::MplsLabelOperation, Tunnel::GreTunnelInfo,
+                                    Tunnel::IpsecVtiTunnelInfo, Tunnel::IpsecGreTunnelInfo >;
+   struct Encap {
+      EncapValue value;
+      // How many primary and backup vias of the entries name the encap.
+      std::uint32_t refCount = 0;
+      // The running writer's own count, kept only when it differs.
+      std::optional< std::uint32_t > writerRefCount;
+   };
+
+   // In tunnel id order.
+   std::vector< Tunnel::TunnelFib::TunnelFibEntry > entries;
+   // Every published encapsulation, in encap id order.
+   std::map< Tunnel::TunnelFib::EncapId, Encap > encaps;
+   // In tunnel id order.
+   std::vector< Tunnel::TunnelTable::TunnelId > unprogrammable;
 };
 
 // What a print shows: every tunnel RIB mounted at the status paths, in id
@@ -40,6 +71,8 @@ struct Snapshot {
    // Per RIB id, the sequence number written when the RIB caught up with
    // BGP-LU.
    std::map< Tunnel::TunnelTable::TunnelRibId, std::uint64_t > convergence;
+   // Absent when the agent runs without its FIB machine.
+   std::optional< FibView > fib;
    // The machines' state dump, when asked for.
    std::string dump;
 };
@@ -49,7 +82,7 @@ struct SnapshotOptions {
    bool dump = false;
 };
 
-Snapshot takeSnapshot( const Agent & agent, const SnapshotOptions & options );
+Snapshot takeSnapshot( const Tunnel::TunnelAgent & agent, const SnapshotOptions & options );
 
 // A RIB entry's key within all RIBs: the RIB and the endpoint it is kept
 // under (the prefix alone in an uncolored RIB).

@@ -5,6 +5,9 @@
 #include <sstream>
 #include <vector>
 
+#include "tools/tunnelsim/AlignedRows.h"
+#include "tools/tunnelsim/FibPrinter.h"
+
 namespace TunnelSim {
 
 using namespace Tunnel::TunnelTable;
@@ -36,30 +39,6 @@ Json ribJson( const RibView & rib ) {
    json[ "colored" ] = rib.colored;
    json[ "entries" ] = std::move( entries );
    return json;
-}
-
-using Row = std::vector< std::string >;
-
-// Columns sized to their widest cell, two blanks apart.
-std::string alignedRows( const std::vector< Row > & rows, const std::string & indent ) {
-   std::vector< std::size_t > widths( rows[ 0 ].size(), 0 );
-   for ( const Row & row : rows ) {
-      for ( std::size_t i = 0; i < row.size(); ++i ) {
-         widths[ i ] = std::max( widths[ i ], row[ i ].size() );
-      }
-   }
-   std::string out;
-   for ( const Row & row : rows ) {
-      out += indent;
-      for ( std::size_t i = 0; i < row.size(); ++i ) {
-         out += row[ i ];
-         if ( i + 1 < row.size() ) {
-            out += std::string( widths[ i ] - row[ i ].size() + 2, ' ' );
-         }
-      }
-      out += "\n";
-   }
-   return out;
 }
 
 // A per-type RIB only lists which tunnels of its type reach each endpoint.
@@ -167,8 +146,7 @@ Json snapshotJson( const Snapshot & snapshot ) {
    for ( const auto & [ id, seqno ] : snapshot.convergence ) {
       json[ "convergence" ][ id.stringValue() ] = seqno;
    }
-   // The tunnel FIB is not part of the agent yet.
-   json[ "fib" ] = Json();
+   json[ "fib" ] = snapshot.fib ? fibJson( *snapshot.fib ) : Json();
    if ( !snapshot.dump.empty() ) {
       json[ "dump" ] = snapshot.dump;
    }
@@ -201,7 +179,7 @@ std::string snapshotTable( const Snapshot & snapshot ) {
       out += "converged with BGP-LU: RIB id " + id.stringValue() + " at sequence number " +
              std::to_string( seqno ) + "\n";
    }
-   out += "FIB: not built yet\n";
+   out += snapshot.fib ? fibTable( *snapshot.fib ) : "FIB: off\n";
    if ( !snapshot.dump.empty() ) {
       out += "-- state dump --\n" + snapshot.dump;
       if ( !snapshot.dump.ends_with( '\n' ) ) {

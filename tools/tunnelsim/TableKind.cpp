@@ -2,7 +2,7 @@
 
 #include <tuple>
 
-#include "tools/tunnelsim/Agent.h"
+#include "agent/TunnelAgent.h"
 #include "tools/tunnelsim/EntryReaders.h"
 #include "tools/tunnelsim/ScenarioError.h"
 #include "tools/tunnelsim/ValueReaders.h"
@@ -19,12 +19,12 @@ TableKind kindOf() {
    TableKind kind{ Table::tableName, Table::tableId, Table::tableType, {}, {} };
    kind.readEntry = [ kind ]( const JsonValue & value ) -> Action {
       auto entry = readTableEntry< typename Table::EntryType >( value, kind );
-      return [ entry ]( Agent & agent ) {
+      return [ entry ]( Tunnel::TunnelAgent & agent ) {
          agent.producerTable< Table >()->entryIs( entry.tunnelId(), entry );
       };
    };
    kind.deleteEntry = []( TunnelId id ) -> Action {
-      return [ id ]( Agent & agent ) { agent.producerTable< Table >()->entryDel( id ); };
+      return [ id ]( Tunnel::TunnelAgent & agent ) { agent.producerTable< Table >()->entryDel( id ); };
    };
    return kind;
 }

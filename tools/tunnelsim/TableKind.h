@@ -9,13 +9,15 @@
 #include "types/TunnelTableIdentifier.h"
 #include "types/TunnelType.h"
 
-namespace TunnelSim {
+namespace Tunnel {
+class TunnelAgent;
+}
 
-class Agent;
+namespace TunnelSim {
 
 // A change the scenario makes to the agent's inputs, read and checked before
 // any change is made.
-using Action = std::function< void( Agent & ) >;
+using Action = std::function< void( Tunnel::TunnelAgent & ) >;
 
 // One protocol tunnel table as the scenario knows it: its name, the tunnel
 // type of its ids, and how an entry written in the scenario becomes a write

@@ -28,10 +28,18 @@ Via viaOf( const JsonObject & object ) {
       tunnel->fail( "either \"intf\" or \"tunnel\" in one via, not both" );
    }
    if ( intf ) {
+      constexpr const char * expected = "an interface name such as \"Ethernet1\", "
+                                        "\"NexthopGroup5\" or \"DynamicTunnel0x300000000001\"";
       auto parsed = Korvo::IntfId::parse( intf->string( "an interface name" ) );
       if ( !parsed ) {
-         intf->fail( "an interface name such as \"Ethernet1\", \"NexthopGroup5\" or "
-                     "\"DynamicTunnel0x300000000001\"" );
+         intf->fail( expected );
+      }
+      // The tunnel FIB resolves a dynamic tunnel interface to its tunnel, so
+      // the number must be a tunnel id.
+      if ( parsed->kind() == Korvo::IntfId::Kind::dynamicTunnel &&
+           parsed->tunnelIdValue() > TunnelId::maxValue ) {
+         intf->fail( "a dynamic tunnel interface whose number is a tunnel id, at most "
+                     "0x1ffffffffffff" );
       }
       via.intfIdIs( *parsed );
    }

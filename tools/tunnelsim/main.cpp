@@ -1,5 +1,6 @@
-// tunnelsim: runs the tunnel agent's RIB machines over a scenario file and
-// prints which tunnels each endpoint gets. See docs/scenario-format.md.
+// tunnelsim: runs the tunnel agent's machines over a scenario file and prints
+// which tunnels each endpoint gets and what the tunnel FIB programs. See
+// docs/scenario-format.md.
 #include <iostream>
 #include <map>
 
@@ -11,8 +12,8 @@
 int main( int argc, char ** argv ) {
    using namespace TunnelSim;
 
-   CLI::App app( "Runs the tunnel agent's RIB machines over a scenario and prints the tunnel "
-                 "RIBs.",
+   CLI::App app( "Runs the tunnel agent's machines over a scenario and prints the tunnel RIBs "
+                 "and the tunnel FIB.",
                  "tunnelsim" );
    std::string file;
    std::string format = "json";
