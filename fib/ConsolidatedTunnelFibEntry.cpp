@@ -1,10 +1,36 @@
 #include "fib/ConsolidatedTunnelFibEntry.h"
 
+#include <optional>
+
 #include "platform/vel/Assert.h"
 
 namespace Tunnel::TunnelTable {
 
 using TunnelFib::EncapType;
+
+namespace {
+
+// Whether the vias, read back, are the records of the set; nothing when the
+// vias are out of record order (or repeat one), where only the rebuilt set
+// can tell.
+std::optional< bool > sameInRecordOrder( const ViaAndTunnelInfoSet & records,
+                                         const TunnelFib::TunnelViaList & vias,
+                                         const TunnelFib::TunnelFib & tunnelFib ) {
+   bool same = records.size() == vias.size();
+   auto record = records.begin();
+   std::optional< ViaAndTunnelInfo > previous;
+   for ( const TunnelFib::TunnelVia & via : vias ) {
+      ViaAndTunnelInfo info = viaAndTunnelInfoFromTunnelVia( via, tunnelFib );
+      if ( previous && !( *previous < info ) ) {
+         return std::nullopt;
+      }
+      same = same && *record++ == info;
+      previous = std::move( info );
+   }
+   return same;
+}
+
+} // namespace
 
 ConsolidatedTunnelFibEntry::ConsolidatedTunnelFibEntry( std::string_view ) {
    VEL_ASSERT( false, "No String constructor for ConsolidatedTunnelFibEntry - has collection" );
@@ -54,6 +80,23 @@ void ConsolidatedTunnelFibEntry::addViaInfoFromTunnelVia(
    const Vel::PtrConst< TunnelFib::TunnelFib > & tunnelFib, bool backup ) {
    ViaAndTunnelInfo info = viaAndTunnelInfoFromTunnelVia( tunnelVia, *tunnelFib );
    ( backup ? backupViaInfo_ : viaInfo_ ).insert( info );
+}
+
+bool ConsolidatedTunnelFibEntry::isProgrammedAs(
+   const TunnelFib::TunnelFibEntry & fibEntry,
+   const Vel::PtrConst< TunnelFib::TunnelFib > & tunnelFib ) const {
+   if ( fibEntry.tunnelId() != tunnelId_ ||
+        fibEntry.arePrimaryViasUsable() != arePrimaryViasUsable_ || fibEntry.seqNo() != seqNo_ ) {
+      return false;
+   }
+   std::optional< bool > primary =
+      sameInRecordOrder( viaInfo_, fibEntry.tunnelVia(), *tunnelFib );
+   std::optional< bool > backup =
+      sameInRecordOrder( backupViaInfo_, fibEntry.backupTunnelVia(), *tunnelFib );
+   if ( primary && backup ) {
+      return *primary && *backup;
+   }
+   return fromTunnelFibEntry( fibEntry, tunnelFib ) == *this;
 }
 
 void ConsolidatedTunnelFibEntry::insertLabelStackVia( const Via & via,

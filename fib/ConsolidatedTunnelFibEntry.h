@@ -33,6 +33,11 @@ class ConsolidatedTunnelFibEntry {
    void addViaInfoFromTunnelVia( const TunnelFib::TunnelVia & tunnelVia,
                                  const Vel::PtrConst< TunnelFib::TunnelFib > & tunnelFib,
                                  bool backup );
+   // Whether fromTunnelFibEntry( fibEntry, tunnelFib ) equals this entry.
+   // Vias that the FIB lists in record order, as the writer writes them, are
+   // compared in place, so the answer costs no allocation.
+   bool isProgrammedAs( const TunnelFib::TunnelFibEntry & fibEntry,
+                        const Vel::PtrConst< TunnelFib::TunnelFib > & tunnelFib ) const;
 
    TunnelId tunnelId() const noexcept { return tunnelId_; }
 

@@ -18,6 +18,21 @@ EncapId idIn( const Set & set, const Key & key ) {
    return it == set.end() ? EncapId() : it->second;
 }
 
+// Takes a published encapsulation back: its value leaves the set and its
+// record the FIB. The set keeps a value that it maps to another id, which a
+// FIB adopted with an entry naming an unpublished id (whose record reads as
+// the default value) would otherwise cost a live encapsulation.
+template< class Set, class Record >
+void withdrawEncap( Set & set, const Record & record, EncapId encapId,
+                    TunnelFib::TunnelFib & tunnelFib,
+                    void ( TunnelFib::TunnelFib::*withdraw )( EncapId ) ) {
+   auto it = set.find( record.info() );
+   if ( it != set.end() && it->second == encapId ) {
+      set.erase( it );
+   }
+   ( tunnelFib.*withdraw )( encapId );
+}
+
 } // namespace
 
 TunnelFibWriter::TunnelFibWriter( Vel::Ptr< TunnelFib::TunnelFib > tunnelFib )
@@ -54,8 +69,7 @@ void TunnelFibWriter::handleInitialized() {
 void TunnelFibWriter::addFibEntry( const ConsolidatedTunnelFibEntry & consFibEntry ) {
    VEL_TRACE( 9, " consFibEntry: ", consFibEntry );
    const TunnelFib::TunnelFibEntry * current = tunnelFib_->entryFind( consFibEntry.tunnelId() );
-   if ( current &&
-        ConsolidatedTunnelFibEntry::fromTunnelFibEntry( *current, tunnelFib_ ) == consFibEntry ) {
+   if ( current && consFibEntry.isProgrammedAs( *current, tunnelFib_ ) ) {
       return;
    }
    // The new references are taken before the old ones go, so an
@@ -76,14 +90,11 @@ void TunnelFibWriter::deleteFibEntry( const TunnelId & tunnelId ) {
    if ( !current ) {
       return;
    }
+   // Readers of the FIB never see an entry naming a withdrawn encapsulation:
+   // the entry goes first, its references after.
    const TunnelFib::TunnelFibEntry old = *current;
-   for ( const TunnelFib::TunnelVia & via : old.tunnelVia() ) {
-      decrementEncapRef( via.encapId() );
-   }
-   for ( const TunnelFib::TunnelVia & via : old.backupTunnelVia() ) {
-      decrementEncapRef( via.encapId() );
-   }
    tunnelFib_->entryDel( tunnelId );
+   deregisterEncaps( old );
    VEL_TRACE( 9, "  tunnelId ", tunnelId, " entry deleted" );
 }
 
@@ -202,22 +213,26 @@ void TunnelFibWriter::decrementEncapRef( EncapId encapId ) {
    if ( --count->second > 0 ) {
       return;
    }
+   // The count goes before the record: whoever the withdrawal wakes finds the
+   // id unused in both.
+   encapIdRefCount_.erase( count );
+   TunnelFib::TunnelFib & fib = *tunnelFib_;
    switch ( encapId.encapType() ) {
    case EncapType::greEncap:
-      greEncapSet_.erase( tunnelFib_->greEncap( encapId ).info() );
-      tunnelFib_->greEncapDel( encapId );
+      withdrawEncap( greEncapSet_, fib.greEncap( encapId ), encapId, fib,
+                     &TunnelFib::TunnelFib::greEncapDel );
       break;
    case EncapType::ipsecVtiEncap:
-      ipsecVtiEncapSet_.erase( tunnelFib_->ipsecVtiEncap( encapId ).info() );
-      tunnelFib_->ipsecVtiEncapDel( encapId );
+      withdrawEncap( ipsecVtiEncapSet_, fib.ipsecVtiEncap( encapId ), encapId, fib,
+                     &TunnelFib::TunnelFib::ipsecVtiEncapDel );
       break;
    case EncapType::ipsecGreEncap:
-      ipsecGreEncapSet_.erase( tunnelFib_->ipsecGreEncap( encapId ).info() );
-      tunnelFib_->ipsecGreEncapDel( encapId );
+      withdrawEncap( ipsecGreEncapSet_, fib.ipsecGreEncap( encapId ), encapId, fib,
+                     &TunnelFib::TunnelFib::ipsecGreEncapDel );
       break;
    case EncapType::mplsLabelStackEncap:
-      labelStackEncapSet_.erase( tunnelFib_->labelStackEncap( encapId ).info() );
-      tunnelFib_->labelStackEncapDel( encapId );
+      withdrawEncap( labelStackEncapSet_, fib.labelStackEncap( encapId ), encapId, fib,
+                     &TunnelFib::TunnelFib::labelStackEncapDel );
       break;
    case EncapType::invalidEncap:
       VEL_TRACE( 9, "  encapId ", encapId, " encapType ", encapId.encapType(),
@@ -226,7 +241,6 @@ void TunnelFibWriter::decrementEncapRef( EncapId encapId ) {
    default:
       VEL_ASSERT( false, notImplemented );
    }
-   encapIdRefCount_.erase( count );
 }
 
 EncapId TunnelFibWriter::nextFreeEncapId( EncapType encapType ) {

@@ -1,5 +1,7 @@
 #include "fib/ViaAndTunnelInfo.h"
 
+#include "platform/vel/ValueText.h"
+
 namespace Tunnel::TunnelTable {
 
 std::size_t ViaAndTunnelInfo::hash( std::size_t seed ) const noexcept {
@@ -20,8 +22,23 @@ std::string ViaAndTunnelInfo::stringValue() const {
           ", 'greTunnelInfo': " + greTunnelInfo_.stringValue() + "})";
 }
 
-std::optional< ViaAndTunnelInfo > ViaAndTunnelInfo::parse( std::string_view ) {
-   return std::nullopt; // TODO(records): parse the string form back
+std::optional< ViaAndTunnelInfo > ViaAndTunnelInfo::parse( std::string_view text ) {
+   Vel::ValueTextReader reader( text, "Tunnel::TunnelTable::ViaAndTunnelInfo" );
+   auto via = reader.field( "via", Via::parse );
+   auto type = reader.field( "type", TunnelFib::encapTypeFromString );
+   auto labelStack = reader.field( "labelStack", Korvo::MplsLabelOperation::parse );
+   auto ipsecGre = reader.field( "ipsecGreTunnelInfo", IpsecGreTunnelInfo::parse );
+   auto ipsecVti = reader.field( "ipsecVtiTunnelInfo", IpsecVtiTunnelInfo::parse );
+   auto gre = reader.field( "greTunnelInfo", GreTunnelInfo::parse );
+   if ( !reader.done() ) {
+      return std::nullopt;
+   }
+   ViaAndTunnelInfo info( std::move( *via ), *type );
+   info.labelStackIs( *labelStack );
+   info.ipsecGreTunnelInfoIs( *ipsecGre );
+   info.ipsecVtiTunnelInfoIs( *ipsecVti );
+   info.greTunnelInfoIs( *gre );
+   return info;
 }
 
 } // namespace Tunnel::TunnelTable

@@ -1,7 +1,8 @@
 #include "types/EncapId.h"
 
 #include <array>
-#include <charconv>
+
+#include "platform/vel/ValueText.h"
 
 namespace Tunnel::TunnelFib {
 
@@ -26,6 +27,11 @@ std::optional< EncapType > encapTypeFromString( std::string_view name ) {
          return EncapType( i );
       }
    }
+   if ( name.starts_with( "type" ) ) {
+      if ( auto value = Vel::parseNumber< std::uint8_t >( name.substr( 4 ) ) ) {
+         return EncapType( *value );
+      }
+   }
    return std::nullopt;
 }
 
@@ -43,14 +49,11 @@ std::optional< EncapId > EncapId::parse( std::string_view text ) {
       return std::nullopt;
    }
    auto type = encapTypeFromString( text.substr( 0, colon ) );
-   std::string_view digits = text.substr( colon + 1 );
-   std::uint32_t index = 0;
-   const char * end = digits.data() + digits.size();
-   auto [ ptr, ec ] = std::from_chars( digits.data(), end, index );
-   if ( !type || digits.empty() || ec != std::errc() || ptr != end || index > indexMask ) {
+   auto index = Vel::parseNumber< std::uint32_t >( text.substr( colon + 1 ) );
+   if ( !type || std::uint32_t( *type ) > ( ~0u >> typeShift ) || !index || *index > indexMask ) {
       return std::nullopt;
    }
-   return encapValueIs( *type, index );
+   return encapValueIs( *type, *index );
 }
 
 } // namespace Tunnel::TunnelFib

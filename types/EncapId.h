@@ -22,7 +22,7 @@ enum class EncapType : std::uint8_t {
 };
 
 // "invalid", "gre", "ipsecVti", "ipsecGre", "mpls", "reserved"; "type<N>" for
-// a value without a name.
+// a value without a name. encapTypeFromString takes back either form.
 std::string stringValue( EncapType type );
 std::optional< EncapType > encapTypeFromString( std::string_view name );
 std::ostream & operator<<( std::ostream & os, EncapType type );

@@ -3,8 +3,10 @@
 #include <compare>
 #include <functional>
 #include <cstdint>
+#include <optional>
 #include <ostream>
 #include <string>
+#include <string_view>
 
 #include "platform/korvo/IpGenAddr.h"
 
@@ -24,11 +26,9 @@ class GreTunnelInfo {
    std::uint8_t ttl() const noexcept { return ttl_; }
    std::uint8_t tos() const noexcept { return tos_; }
 
-   std::string stringValue() const {
-      return "Value('Tunnel::GreTunnelInfo', ** {'src': " + src_.stringValue() +
-             ", 'dst': " + dst_.stringValue() + ", 'ttl': " + std::to_string( ttl_ ) +
-             ", 'tos': " + std::to_string( tos_ ) + "})";
-   }
+   std::string stringValue() const;
+   // The string form back; nothing when the text is not one.
+   static std::optional< GreTunnelInfo > parse( std::string_view text );
    std::size_t hash( std::size_t seed = 0 ) const noexcept {
       std::size_t h = seed ^ ( src_.hash() * 31 + dst_.hash() );
       return h * 31 + ( std::size_t( ttl_ ) << 8 | tos_ );

@@ -2,8 +2,10 @@
 
 #include <compare>
 #include <functional>
+#include <optional>
 #include <ostream>
 #include <string>
+#include <string_view>
 
 #include "types/GreTunnelInfo.h"
 
@@ -20,10 +22,10 @@ class IpsecGreTunnelInfo {
    const GreTunnelInfo & gre() const noexcept { return gre_; }
    const std::string & ipsecProfile() const noexcept { return ipsecProfile_; }
 
-   std::string stringValue() const {
-      return "Value('Tunnel::IpsecGreTunnelInfo', ** {'gre': " + gre_.stringValue() +
-             ", 'ipsecProfile': '" + ipsecProfile_ + "'})";
-   }
+   // The profile is quoted, a quote or backslash in it escaped, so that any
+   // name reads back.
+   std::string stringValue() const;
+   static std::optional< IpsecGreTunnelInfo > parse( std::string_view text );
    std::size_t hash( std::size_t seed = 0 ) const noexcept {
       return gre_.hash( seed ) * 31 + std::hash< std::string >{}( ipsecProfile_ );
    }

@@ -2,8 +2,10 @@
 
 #include <compare>
 #include <functional>
+#include <optional>
 #include <ostream>
 #include <string>
+#include <string_view>
 
 #include "platform/korvo/IpGenAddr.h"
 
@@ -21,10 +23,10 @@ class IpsecVtiTunnelInfo {
    const Korvo::IpGenAddr & dst() const noexcept { return dst_; }
    const std::string & ipsecProfile() const noexcept { return ipsecProfile_; }
 
-   std::string stringValue() const {
-      return "Value('Tunnel::IpsecVtiTunnelInfo', ** {'src': " + src_.stringValue() +
-             ", 'dst': " + dst_.stringValue() + ", 'ipsecProfile': '" + ipsecProfile_ + "'})";
-   }
+   // The profile is quoted, a quote or backslash in it escaped, so that any
+   // name reads back.
+   std::string stringValue() const;
+   static std::optional< IpsecVtiTunnelInfo > parse( std::string_view text );
    std::size_t hash( std::size_t seed = 0 ) const noexcept {
       std::size_t h = seed ^ ( src_.hash() * 31 + dst_.hash() );
       return h * 31 + std::hash< std::string >{}( ipsecProfile_ );

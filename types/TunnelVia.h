@@ -45,6 +45,9 @@ class TunnelVia {
    EncapId encapId_;
 };
 
+// Every FIB entry holds two (the first primary and the first backup via).
+static_assert( sizeof( TunnelVia ) == 80, "TunnelVia is held per tunnel: grow it on purpose" );
+
 // The vias of one list of a FIB entry, at most 600. Nearly every tunnel has
 // one via, so the first lives inside the entry and only further vias take
 // heap memory.

@@ -2,8 +2,10 @@
 
 #include <compare>
 #include <cstdint>
+#include <optional>
 #include <ostream>
 #include <string>
+#include <string_view>
 
 #include "platform/korvo/IntfId.h"
 #include "platform/korvo/IpGenAddr.h"
@@ -24,6 +26,8 @@ class Via {
    void intfIdIs( const Korvo::IntfId & intfId ) { intfId_ = intfId; }
 
    std::string stringValue() const;
+   // The string form back to a via; nothing when the text is not one.
+   static std::optional< Via > parse( std::string_view text );
    std::size_t hash( std::size_t seed = 0 ) const noexcept;
 
    friend auto operator<=>( const Via &, const Via & ) = default;

@@ -23,6 +23,9 @@ IpGenAddr IpGenAddr::ipv6( const std::array< std::uint8_t, 16 > & bytes ) {
 }
 
 std::optional< IpGenAddr > IpGenAddr::parse( std::string_view text ) {
+   if ( text.empty() ) {
+      return IpGenAddr();
+   }
    std::string s( text );
    IpGenAddr a;
    if ( s.find( ':' ) == std::string::npos ) {
@@ -64,7 +67,7 @@ std::string IpGenAddr::stringValue() const {
    case AddressFamily::none:
       break;
    }
-   return "0.0.0.0";
+   return {};
 }
 
 std::size_t IpGenAddr::hash() const noexcept {

@@ -13,13 +13,16 @@ namespace Korvo {
 
 enum class AddressFamily : std::uint8_t { none = 0, ipv4 = 4, ipv6 = 6 };
 
-// An IPv4 or IPv6 address. IPv4 addresses order before IPv6 ones.
+// An IPv4 or IPv6 address, or the empty address (no family), whose text is
+// "" so that it reads back apart from 0.0.0.0. The empty address orders
+// first, then IPv4 before IPv6.
 class IpGenAddr {
  public:
    IpGenAddr() = default;
    static IpGenAddr ipv4( std::uint32_t hostOrder );
    static IpGenAddr ipv6( const std::array< std::uint8_t, 16 > & bytes );
-   // "10.0.0.1" or "2001:db8::1"; nothing when the text is not an address.
+   // "10.0.0.1", "2001:db8::1", or "" for the empty address; nothing when
+   // the text is not an address.
    static std::optional< IpGenAddr > parse( std::string_view text );
 
    AddressFamily family() const noexcept { return family_; }

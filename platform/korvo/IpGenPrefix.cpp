@@ -13,7 +13,7 @@ IpGenPrefix::IpGenPrefix( const IpGenAddr & address )
 std::optional< IpGenPrefix > IpGenPrefix::parse( std::string_view text ) {
    auto slash = text.find( '/' );
    auto address = IpGenAddr::parse( text.substr( 0, slash ) );
-   if ( !address ) {
+   if ( !address || address->family() == AddressFamily::none ) {
       return std::nullopt;
    }
    if ( slash == std::string_view::npos ) {

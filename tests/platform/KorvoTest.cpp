@@ -7,6 +7,7 @@
 #include <unordered_set>
 
 #include "platform/korvo/IntfId.h"
+#include "platform/korvo/IpGenPrefix.h"
 #include "platform/korvo/MplsLabelOperation.h"
 #include "platform/vel/Assert.h"
 
@@ -73,6 +74,23 @@ TEST( KorvoIntfId, KindsWithTheSameNumberStayDistinctAsKeys ) {
    EXPECT_TRUE( hashed.count( IntfId::nexthopGroup( 5 ) ) );
    EXPECT_NE( IntfId::dynamicTunnel( 5 ), IntfId::nexthopGroup( 5 ) );
    EXPECT_TRUE( IntfId().empty() );
+}
+
+// The empty address has a text of its own, so that it and 0.0.0.0 both read
+// back; a prefix always has an address.
+TEST( KorvoIpGenAddr, EmptyAddressReadsBackApartFromTheZeroAddress ) {
+   using Korvo::IpGenAddr;
+   for ( const char * text : { "", "0.0.0.0", "10.0.0.1", "::", "2001:db8::1" } ) {
+      auto address = IpGenAddr::parse( text );
+      ASSERT_TRUE( address ) << text;
+      EXPECT_EQ( address->stringValue(), text );
+   }
+   EXPECT_EQ( IpGenAddr::parse( "" ), IpGenAddr() );
+   EXPECT_NE( IpGenAddr::parse( "0.0.0.0" ), IpGenAddr() );
+   EXPECT_FALSE( IpGenAddr::parse( "10.0.0" ) );
+   EXPECT_FALSE( Korvo::IpGenPrefix::parse( "" ) );
+   EXPECT_FALSE( Korvo::IpGenPrefix::parse( "/0" ) );
+   EXPECT_TRUE( Korvo::IpGenPrefix::parse( "0.0.0.0/0" ) );
 }
 
 TEST( KorvoMplsLabelOperation, TextFormRoundTripsAndRejectsWhatCannotBe ) {

@@ -75,7 +75,7 @@ Korvo::IpGenPrefix readPrefix( const JsonValue & value ) {
 Korvo::IpGenAddr readAddress( const JsonValue & value ) {
    constexpr const char * expected = "an IPv4 or IPv6 address such as \"10.1.0.2\"";
    auto address = Korvo::IpGenAddr::parse( value.string( expected ) );
-   if ( !address ) {
+   if ( !address || address->family() == Korvo::AddressFamily::none ) {
       value.fail( expected );
    }
    return *address;
