@@ -323,6 +323,16 @@ TEST_F( OwnerFixture, LdpTableAloneIsTrackedForGracefulRestart ) {
    EXPECT_TRUE( status->tunnelTablesQuiesced().empty() );
    EXPECT_TRUE( owner->tunnelTypeToTunnelIdMap().empty() );
 
+   // A table its producer declared complete before it was filed is quiesced
+   // once filed.
+   auto declared = Vel::make< LdpTunnelTable >();
+   auto complete = Vel::make< Mirra::CollectionControl >();
+   complete->tableCompleteIs( true );
+   declared->controlIs( complete );
+   entities->tunnelTableIs( "ldp", declared );
+   EXPECT_TRUE( status->tunnelTablesQuiesced().get( TunnelTableIdentifier::ldpTable ) );
+   entities->tunnelTableDel( "ldp" );
+
    // The end of the restart quiesces a table whose producer never declared
    // it complete.
    auto late = Vel::make< LdpTunnelTable >();
