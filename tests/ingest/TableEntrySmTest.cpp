@@ -347,9 +347,14 @@ TEST_F( OwnerFixture, LdpTableAloneIsTrackedForGracefulRestart ) {
    status->backlogsEmptyIs( true );
    EXPECT_EQ( owner->backlogEmptyMarks, 1 );
 
-   // Without the GR machine the LDP reactor stays quiet.
+   // Without the GR machine the LDP reactor stays quiet, and a table filed
+   // again is no longer tracked.
    owner->inputProcessedSmDel();
    owner->tunnelSm( "ldp" )->propagateQuiescedNotification();
+   entities->tunnelTableDel( "ldp" );
+   entities->tunnelTableIs( "ldp", late );
+   EXPECT_TRUE( owner->tunnelTypeToTunnelIdMap().empty() );
+   EXPECT_TRUE( status->tunnelTablesQuiesced().empty() );
 }
 
 TEST_F( OwnerFixture, LdpGrPreconditions ) {
