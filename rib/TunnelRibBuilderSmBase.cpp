@@ -38,6 +38,9 @@ TunnelRibBuilderSmBase::~TunnelRibBuilderSmBase() {
       reactors.igpCostPrefMapping.zombieIs();
       reactors.igpCostPref.zombieIs();
    }
+   grStatusBacklogEmptyReactor_.zombieIs();
+   tablesQuiescedReactor_.zombieIs();
+   postCleanupGrTaskDel();
    tunnelRibReviewTaskDel();
    taskDel();
 }
@@ -93,11 +96,6 @@ void TunnelRibBuilderSmBase::assertProtoTunnelRib( TunnelType tunnelType ) const
       throw std::logic_error( "protocolTunnelRib::tunnelRib missing for tunnelType " +
                               stringValue( tunnelType ) );
    }
-}
-
-void TunnelRibBuilderSmBase::initializeInputProcessedSm() {
-   // Restart tracking of the RIB hooks in here; without it there is nothing
-   // to set up.
 }
 
 // --- Tasks.
