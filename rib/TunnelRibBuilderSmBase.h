@@ -146,7 +146,8 @@ class TunnelRibBuilderSmBase : public TableEntrySm {
    // reports convergence.
    virtual void tunnelRibConvergenceCallback() {}
 
-   // --- Graceful restart, tracked while the RIB has a GR status record.
+   // --- Graceful restart, tracked while the RIB has a GR status record; the
+   // record also leads to the GR context and the counters snapshot.
    // The input status's backlogsEmpty is set once the tracked tables are
    // quiesced and the backlog is empty; that sets the GR status's
    // tunnelRibSmBacklogEmpty and counts the stage, and with the
