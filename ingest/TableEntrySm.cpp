@@ -85,7 +85,11 @@ void TableEntrySm::handleTunnelTableEntity( const Vel::String & name ) {
       auto sm = tableToSm( name, tunnelTableEntities_, unprogrammableTunnelId_, table, this );
       VEL_ASSERT( sm, "Failed to create the per-table Sm" );
       const TunnelTableIdentifier id = table->tunnelTableId();
-      if ( inputProcessedStatus_ && grSupportedForTableId( id ) ) {
+      // Tracking needs the machine that decides quiescence: a table that
+      // comes after the restart's cleanup dropped it is simply read.
+      const bool tracked =
+         inputProcessedStatus_ && inputProcessedSm_ && grSupportedForTableId( id );
+      if ( tracked ) {
          tunnelTypeToTunnelIdMapIs( name, id );
          inputProcessedStatus_->tunnelTablesQuiescedIs( id, false );
          sm->initializeGrAttrs();
@@ -93,6 +97,12 @@ void TableEntrySm::handleTunnelTableEntity( const Vel::String & name ) {
       // Every entry already there is reported before the reactor is filed.
       sm->handleTunnelEntry();
       tunnelSmIs( name, sm );
+      if ( tracked ) {
+         // A producer that declared its table complete before the table was
+         // filed (it outlived this agent's restart) changes nothing more, so
+         // nothing else would quiesce the table.
+         sm->propagateQuiescedNotification();
+      }
       return;
    }
    VEL_TRACE( 8, "handleTunnelTableEntity", " removing tunnel table entity" );

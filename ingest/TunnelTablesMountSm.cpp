@@ -5,20 +5,22 @@
 
 namespace Tunnel::TunnelTable {
 
-namespace {
+// The signature is spelled out: the compiler's own text drops the const of
+// the aliased pointer parameter.
+static constexpr const char * setTableEntitySignature =
+   "void Tunnel::TunnelTable::setTableEntity(Tunnel::TunnelTable::TunnelTableEntities&, "
+   "const Vel::String&, const Vel::PtrConst<Tunnel::TunnelTable::TunnelTableBase>&)";
 
-void setTableEntity( TunnelTableEntities & entities, const Vel::String & name,
-                     const Vel::PtrConst< TunnelTableBase > & table ) {
+static void setTableEntity( TunnelTableEntities & entities, const Vel::String & name,
+                            const Vel::PtrConst< TunnelTableBase > & table ) {
    if ( table ) {
-      VEL_TRACE( 8, "setTableEntity", " Adding tunnel entity" );
+      VEL_TRACE_AS( setTableEntitySignature, 8, "setTableEntity", " Adding tunnel entity" );
       entities.tunnelTableIs( name, table );
    } else {
-      VEL_TRACE( 8, "setTableEntity", " Deleting tunnel entity" );
+      VEL_TRACE_AS( setTableEntitySignature, 8, "setTableEntity", " Deleting tunnel entity" );
       entities.tunnelTableDel( name );
    }
 }
-
-} // namespace
 
 TunnelTablesMountSm::TunnelTablesMountSm(
    Vel::PtrConst< TunnelTableInfoCollection > tunnelTableInfoColl,

@@ -11,9 +11,13 @@ namespace Tunnel::TunnelTable {
 // The builder of an uncolored tunnel RIB (the system tunnel RIB among them),
 // keyed by endpoint prefix. It also owns the RIB's report of convergence with
 // BGP-LU, for which it is given the BGP-LU convergence record, the
-// convergence output record and the clock.
+// convergence output record and the clock it owns.
 class TunnelRibBuilderSm final : public TunnelRibBuilderSmBase {
  public:
+   // The longest the RIB waits, after BGP-LU converged, before it reports
+   // convergence whether it has caught up or not.
+   static constexpr double convergenceUpdateWaitMax = 120.0;
+
    TunnelRibBuilderSm( Vel::PtrConst< TunnelTableEntities > tunnelTableEntities,
                        Vel::PtrConst< TunnelIdColl > tunnelIdColl,
                        Vel::Ptr< TunnelTableEntryFilter > tunnelTableEntryFilter,
@@ -25,6 +29,7 @@ class TunnelRibBuilderSm final : public TunnelRibBuilderSmBase {
                        Vel::PtrConst< BgpLuConvergence > bgpLuConvergence,
                        Vel::Ptr< TunnelConvergence > tunnelConvergence,
                        Vel::Ptr< Vel::Clock > clock );
+   ~TunnelRibBuilderSm() override;
 
    const Vel::PtrConst< BgpLuConvergence > & bgpLuConvergence() const noexcept {
       return bgpLuConvergence_;
@@ -40,14 +45,24 @@ class TunnelRibBuilderSm final : public TunnelRibBuilderSmBase {
 
    void processTunnelRibReview() override;
    void initTunnelRib() override;
-   // Convergence reporting hooks in here: BGP-LU's converged flag decides
-   // whether the RIB waits to report that it has caught up.
+
+   // --- Convergence with BGP-LU. Once BGP-LU has converged, the RIB reports
+   // its sequence number as soon as its backlog is empty and it has seen the
+   // BGP-LU table up to the sequence number BGP-LU converged on, and at the
+   // latest convergenceUpdateWaitMax seconds later.
    void handleBgpLuConverged();
+   // True when the RIB has caught up, which it then reports.
+   bool maybeUpdateTunnelRibConvergenceSeqno();
+   void updateTunnelRibConvergenceSeqno();
+   void tunnelRibConvergenceCallback() override;
+   void handleConvergenceUpdateWaitMax();
 
  private:
    Vel::PtrConst< BgpLuConvergence > bgpLuConvergence_;
+   Vel::Reactor bgpLuConvergenceReactor_;
    Vel::Ptr< TunnelConvergence > tunnelConvergence_;
    Vel::Ptr< Vel::Clock > clock_;
+   Vel::Reactor clockReactor_;
    bool waitingToNotifyConverged_ = false;
 };
 

@@ -42,6 +42,7 @@ class TunnelRibBuilderSmBase : public TableEntrySm {
    static constexpr const char * taskName = "TunnelRibsm";
    static constexpr const char * tunnelRibReviewTaskName =
       "Tunnel::TunnelTable::TunnelRibBuilderSm";
+   static constexpr const char * postCleanupGrTaskName = "TunnelRibBuilderSm GR Cleanup";
    static constexpr double defaultTunnelReviewDelay = 0.01;
 
    ~TunnelRibBuilderSmBase() override;
@@ -141,10 +142,23 @@ class TunnelRibBuilderSmBase : public TableEntrySm {
    virtual void initTunnelRib() = 0;
    void removeStaleEntries( const Vel::Ptr< TunnelRibBase > & rib );
 
-   // --- Hooks of the restart and convergence handling. The backlog task
-   // going idle runs maybeMarkInputProcessedBacklogEmpty().
+   // --- Convergence: run after each queued id; only the uncolored builder
+   // reports convergence.
    virtual void tunnelRibConvergenceCallback() {}
+
+   // --- Graceful restart, tracked while the RIB has a GR status record; the
+   // record also leads to the GR context and the counters snapshot.
+   // The input status's backlogsEmpty is set once the tracked tables are
+   // quiesced and the backlog is empty; that sets the GR status's
+   // tunnelRibSmBacklogEmpty and counts the stage, and with the
+   // "MplsL3VpnSso" toggle on, schedules the cleanup task that drops the
+   // input-processing machine.
    void initializeInputProcessedSm() override;
+   void maybeMarkInputProcessedBacklogEmpty() override;
+   void markGrStatusBacklogEmpty() override;
+   void maybeUpdateGrCounters();
+   void doCleanupPostGr();
+   const Vel::Ptr< Mox::Task > & postCleanupGrTask() const noexcept { return postCleanupGrTask_; }
 
    virtual void dumpState( Mox::DumpContext & ctx, unsigned indent ) const;
 
@@ -169,6 +183,8 @@ class TunnelRibBuilderSmBase : public TableEntrySm {
    void taskDel();
    void tunnelRibReviewTaskIs( Mox::TaskPriority priority, const char * name );
    void tunnelRibReviewTaskDel();
+   void postCleanupGrTaskIs( Mox::TaskPriority priority, const char * name );
+   void postCleanupGrTaskDel();
    void internalTunnelRibIs() { internalTunnelRib_ = Vel::make< InternalTunnelRib >(); }
 
    const char * dumpName() const;
@@ -202,6 +218,10 @@ class TunnelRibBuilderSmBase : public TableEntrySm {
    Vel::Reactor taskWorkPendingReactor_;
    Vel::Ptr< Mox::Task > tunnelRibReviewTask_;
    Vel::Reactor tunnelRibReviewTaskReactor_;
+   Vel::Ptr< Mox::Task > postCleanupGrTask_;
+   Vel::Reactor postCleanupGrTaskReactor_;
+   Vel::Reactor grStatusBacklogEmptyReactor_;
+   Vel::Reactor tablesQuiescedReactor_;
    bool initialized_ = false;
 
    Vel::Reactor preferenceReactor_;

@@ -93,7 +93,8 @@ void TunnelRibConfigDirSm::createTunnelRibSm(
    const auto & container = tunnelRibGrStatusContainer_;
    if ( container && ( container->tunnelGrContext()->restartTracking()() ||
                        Toggles::toggleEnabled( "MplsL3VpnSso" ) ) ) {
-      grStatus = Vel::make< Gr::TunnelRibGrStatus >( id );
+      grStatus = Vel::make< Gr::TunnelRibGrStatus >( id, container->tunnelGrContext(),
+                                                     container->grCounters() );
       container->tunnelRibGrStatusIs( id, grStatus );
       container->grCounters()->tunnelRibUpdateCounterIs( id );
    }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "platform/mirra/Collection.h"
 #include "platform/vel/Trace.h"
 #include "rib/EntryFilterUpdate.h"
 #include "rib/TunnelRibBuilderSmBase.h"
@@ -33,7 +34,8 @@ void processTunnelRibTReview( const Rib & rib, const typename Rib::Table::Key & 
                  builder.tunnelRibId() );
       current = entries.lower_bound( key );
    }
-   // Rewriting an entry keeps its node, so the walk stays valid.
+   // Rewriting an entry keeps its node, so the walk stays valid. The entry is
+   // read through a lookup, which reports a corrupted map and reads as absent.
    while ( current != entries.end() ) {
       builder.checkAndUpdateIgpCostPref( current->second.coloredTep() );
       ++current;
@@ -67,6 +69,19 @@ inline bool tunnelIdSupported( TunnelRibBuilderSmBase & builder, const TunnelRib
           builder.getPreference( entry.entry() ) == ribEntry.pref();
 }
 
+// The RIB's entry under key; null when absent, or when the map is found
+// corrupted, which goes to the map's corruption handler so that a walk can go
+// on with its next entry.
+template< class Rib >
+const TunnelRibEntry * ribEntryAt( const Rib & rib, const typename Rib::Table::Key & key ) {
+   try {
+      return rib.entry().find( key );
+   } catch ( const Mirra::CorruptionError & e ) {
+      rib.entry().reportCorruption( e.what() );
+      return nullptr;
+   }
+}
+
 // Drops every tunnel id of the RIB that nothing supports any more: an entry
 // left with none goes, one left with some keeps them in their order.
 template< class Rib >
@@ -77,7 +92,11 @@ void processRemoveStaleEntries( Rib & rib, TunnelRibBuilderSmBase & builder ) {
       keys.push_back( key );
    }
    for ( const auto & key : keys ) {
-      const TunnelRibEntry ribEntry = rib.entry().map().at( key );
+      const TunnelRibEntry * found = ribEntryAt( rib, key );
+      if ( !found ) {
+         continue;
+      }
+      const TunnelRibEntry ribEntry = *found;
       TunnelRibEntry kept = ribEntry;
       while ( !kept.empty() ) {
          kept.tunnelIdDel( kept.tunnelIdCount() - 1 );

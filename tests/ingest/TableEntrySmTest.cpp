@@ -323,6 +323,16 @@ TEST_F( OwnerFixture, LdpTableAloneIsTrackedForGracefulRestart ) {
    EXPECT_TRUE( status->tunnelTablesQuiesced().empty() );
    EXPECT_TRUE( owner->tunnelTypeToTunnelIdMap().empty() );
 
+   // A table its producer declared complete before it was filed is quiesced
+   // once filed.
+   auto declared = Vel::make< LdpTunnelTable >();
+   auto complete = Vel::make< Mirra::CollectionControl >();
+   complete->tableCompleteIs( true );
+   declared->controlIs( complete );
+   entities->tunnelTableIs( "ldp", declared );
+   EXPECT_TRUE( status->tunnelTablesQuiesced().get( TunnelTableIdentifier::ldpTable ) );
+   entities->tunnelTableDel( "ldp" );
+
    // The end of the restart quiesces a table whose producer never declared
    // it complete.
    auto late = Vel::make< LdpTunnelTable >();
@@ -337,9 +347,14 @@ TEST_F( OwnerFixture, LdpTableAloneIsTrackedForGracefulRestart ) {
    status->backlogsEmptyIs( true );
    EXPECT_EQ( owner->backlogEmptyMarks, 1 );
 
-   // Without the GR machine the LDP reactor stays quiet.
+   // Without the GR machine the LDP reactor stays quiet, and a table filed
+   // again is no longer tracked.
    owner->inputProcessedSmDel();
    owner->tunnelSm( "ldp" )->propagateQuiescedNotification();
+   entities->tunnelTableDel( "ldp" );
+   entities->tunnelTableIs( "ldp", late );
+   EXPECT_TRUE( owner->tunnelTypeToTunnelIdMap().empty() );
+   EXPECT_TRUE( status->tunnelTablesQuiesced().empty() );
 }
 
 TEST_F( OwnerFixture, LdpGrPreconditions ) {

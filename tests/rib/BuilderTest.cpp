@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "RibWorld.h"
 #include "platform/vel/Assert.h"
@@ -208,6 +210,43 @@ TEST_F( BuilderTest, TakingOverARibKeepsSupportedIdsInOrderAndRemovesStaleOnes )
    world.drain();
    EXPECT_EQ( idsOf( at( A ) ), ( Ids{ ldp( 3 ), ldp( 1 ) } ) );
    EXPECT_EQ( idsOf( at( C ) ), Ids{ ldp( 4 ) } );
+}
+
+TEST_F( BuilderTest, ACorruptedRibIsReportedPerEntryAndTheWalksGoOn ) {
+   world.rib( rib, { { T::ldpTable, {} } } );
+   world.describe( T::ldpTable );
+   put( ldp( 1 ), 10 );
+   put( ldp( 2 ), 10, 0, { "10.0.0.2/32" } );
+   auto table = world.entityManager->mount< TunnelRib >(
+      TunnelRibConfigDirSm::statusPath( world.idMap->tunnelRibNameIs( rib ) ) );
+   std::vector< std::string > reports;
+   table->corruptionHandlerIs( [ & ]( const std::string & m ) { reports.push_back( m ); } );
+   for ( const char * tep : { "10.0.0.3/32", "10.0.0.4/32" } ) {
+      TunnelRibEntry stale( Key( pfx( tep ) ) );
+      stale.addTunnelId( ldp( 9 ) );
+      table->tunnelRibEntryIs( stale );
+   }
+   // Taking over a corrupted RIB removes nothing and reads every entry.
+   table->corruptedIs( true );
+   world.start();
+   EXPECT_EQ( reports.size(), 2u );
+   EXPECT_EQ( table->size(), 2u );
+   table->corruptedIs( false );
+   world.drain();
+   ASSERT_EQ( table->size(), 4u );
+
+   // The IGP-cost review of a corrupted RIB reads every entry and changes
+   // none.
+   reports.clear();
+   table->corruptedIs( true );
+   auto ldpConfig = world.configDir->tunnelRibConfig( rib )->entry( T::ldpTable );
+   ldpConfig->igpCostPrefIs( 9 );
+   ldpConfig->igpCostPrefMappingIs( 1 );
+   world.drain();
+   EXPECT_EQ( reports.size(), 4u );
+   EXPECT_EQ( reports.front(), "Mirra::Collection: corrupted table" );
+   table->corruptedIs( false );
+   EXPECT_EQ( at( A ).igpCostPref(), 0u );
 }
 
 } // namespace

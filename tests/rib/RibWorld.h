@@ -85,6 +85,11 @@ struct RibWorld {
    Vel::Ptr< TunnelRibNameIdMap > idMap = Vel::make< TunnelRibNameIdMap >();
    Vel::Ptr< TunnelIdColl > unprogrammable = tunnelIdCollFactory();
    Vel::Ptr< ProtocolTunnelRibCollection > protoColl;
+   Vel::Ptr< BgpLuConvergence > bgpLuConvergence = Vel::make< BgpLuConvergence >();
+   Vel::Ptr< TunnelConvergence > tunnelConvergence = Vel::make< TunnelConvergence >();
+   Vel::Ptr< Tunnel::Gr::TunnelGrContext > grContext = Vel::make< Tunnel::Gr::TunnelGrContext >();
+   // Null: the agent keeps no GR status records.
+   Vel::Ptr< Tunnel::Gr::TunnelRibGrStatusContainer > grContainer;
    Vel::Ptr< TunnelRibConfigDirSm > dirSm;
 
    // A RIB that takes the tables, each with a configured preference or not.
@@ -117,10 +122,9 @@ struct RibWorld {
       for ( TunnelType type : protocolTypes ) {
          protoColl->protocolTunnelRibIs( type )->tunnelRibIs( tunnelRibFactory() );
       }
-      dirSm = tunnelRibConfigDirSmFactory( Vel::make< BgpLuConvergence >(),
-                                           Vel::make< TunnelConvergence >(), configDir, tableInfo,
-                                           entityManager, protoColl, unprogrammable, idMap,
-                                           scheduler, nullptr );
+      dirSm = tunnelRibConfigDirSmFactory( bgpLuConvergence, tunnelConvergence, configDir,
+                                           tableInfo, entityManager, protoColl, unprogrammable,
+                                           idMap, scheduler, grContainer );
    }
    void drain() { scheduler->runUntilIdle(); }
 

@@ -90,6 +90,9 @@ TEST_F( ConfigDirFixture, GrStatusOnlyWithAContainerAndTrackingOrTheToggle ) {
    ASSERT_TRUE( status );
    EXPECT_EQ( grContainer->tunnelRibGrStatus( 4 ), status );
    EXPECT_TRUE( grContainer->grCounters()->tunnelRibUpdateCounterHas( 4 ) );
+   // The record leads its RIB's builder to the GR context and the counters.
+   EXPECT_EQ( status->tunnelGrContext().get(), grContext.get() );
+   EXPECT_EQ( status->grCounters(), grContainer->grCounters() );
 
    grContext->restartTrackingIs( false );
    Toggles::FeatureToggles::instance().toggleIs( "MplsL3VpnSso", true );
@@ -98,6 +101,7 @@ TEST_F( ConfigDirFixture, GrStatusOnlyWithAContainerAndTrackingOrTheToggle ) {
 
    configDir->tunnelRibConfigDel( "blue" );
    EXPECT_FALSE( grContainer->tunnelRibGrStatus( 4 ) );
+   Toggles::FeatureToggles::instance().reset();
 }
 
 TEST_F( ConfigDirFixture, DumpAndTraceTexts ) {

@@ -1,0 +1,114 @@
+#include "rib/TunnelRibBuilderSmBase.h"
+
+#include "platform/vel/Trace.h"
+#include "rib/TunnelRibWalks.h"
+#include "types/ColoredTunnelRib.h"
+#include "types/IgpCostPref.h"
+#include "types/TunnelRib.h"
+
+// The review backlog and its task, the walk that refreshes IGP-cost
+// preferences, and the removal of stale entries when the builder takes over.
+
+namespace Tunnel::TunnelTable {
+
+// --- Review backlog.
+
+void TunnelRibBuilderSmBase::tunnelForReviewIs( TunnelId tunnelId ) {
+   tunnelForReview_.insert( tunnelId );
+   scheduleTunnelReview();
+}
+
+void TunnelRibBuilderSmBase::scheduleTunnelReview() {
+   if ( scheduler_->taskScheduled( *task_ ) ) {
+      return;
+   }
+   if ( scheduler_->taskWorkPending( *task_ ) ) {
+      scheduler_->scheduleTaskLowestDelay( *task_, tunnelReviewDelay_ );
+   } else {
+      scheduler_->scheduleTask( *task_ );
+   }
+}
+
+void TunnelRibBuilderSmBase::drainTunnelBacklog() {
+   VEL_TRACE( 6, "drainTunnelBacklog", ": ", tunnelForReview_.size(),
+              " backlog entries for rib ", tunnelRibId() );
+   auto current = tunnelForReview_.begin();
+   if ( tunnelReviewBookmark_ != TunnelId() ) {
+      auto bookmarked = tunnelForReview_.find( tunnelReviewBookmark_ );
+      if ( bookmarked != tunnelForReview_.end() ) {
+         current = bookmarked;
+      }
+      tunnelReviewBookmark_ = TunnelId();
+   }
+   std::size_t reviewed = 0;
+   while ( !tunnelForReview_.empty() ) {
+      if ( current == tunnelForReview_.end() ) {
+         // Ids queued behind the iterator.
+         current = tunnelForReview_.begin();
+      }
+      const TunnelId tunnelId = *current;
+      const std::size_t buckets = tunnelForReview_.bucket_count();
+      updateTunnelRibEntry( tunnelId );
+      ++reviewed;
+      scheduler_->taskWorkCountInc( *task_ );
+      if ( buckets == tunnelForReview_.bucket_count() ) {
+         current = tunnelForReview_.erase( current );
+      } else {
+         // A rehash during the review invalidated the iterator.
+         tunnelForReview_.erase( tunnelId );
+         current = tunnelForReview_.begin();
+      }
+      if ( scheduler_->taskShouldYield() ) {
+         tunnelReviewBookmark_ = current == tunnelForReview_.end() ? TunnelId() : *current;
+         VEL_TRACE( 6, "drainTunnelBacklog", ": Yielding" );
+         if ( !tunnelForReview_.empty() ) {
+            scheduleTunnelReview();
+         }
+         return;
+      }
+   }
+   VEL_TRACE( 6, "drainTunnelBacklog", ": Reviewed ", reviewed, " tunnels. ",
+              tunnelForReview_.size(), " remain in the backlog for rib ", tunnelRibId() );
+}
+
+// --- RIB review.
+
+void TunnelRibBuilderSmBase::doTunnelRibReview() {
+   VEL_TRACE( 8, "doTunnelRibReview" );
+   if ( initialized_ ) {
+      processTunnelRibReview();
+   }
+}
+
+void TunnelRibBuilderSmBase::checkAndUpdateIgpCostPref( const ColoredTunnelEndpoint & tep ) {
+   TunnelRibEntry ribEntry = tunnelRib_->tunnelRibEntry( tep );
+   if ( ribEntry.empty() ) {
+      return;
+   }
+   const TunnelId first = ribEntry.tunnelId( 0 );
+   VEL_TRACE( 8, "checkAndUpdateIgpCostPref", "() tep: ", tep, " tid: ", first,
+              " tableId: ", first.tableType() );
+   EncapsulatedTableEntry entry = getEntry( first );
+   if ( !entry ) {
+      // Gone from its table: the backlog withdraws it.
+      return;
+   }
+   const std::uint32_t pref = getIgpCostPref( first, entry, *tunnelRibConfig_ );
+   if ( pref == ribEntry.igpCostPref() ) {
+      return;
+   }
+   VEL_TRACE( 8, "checkAndUpdateIgpCostPref", "() changed tep: ", tep, "from pref: ",
+              ribEntry.igpCostPref(), " to pref: ", pref );
+   ribEntry.igpCostPrefIs( pref );
+   tunnelRib_->tunnelRibEntryIs( ribEntry );
+}
+
+void TunnelRibBuilderSmBase::removeStaleEntries( const Vel::Ptr< TunnelRibBase > & rib ) {
+   if ( rib->isColored() ) {
+      processRemoveStaleEntries( static_cast< ColoredTunnelRib & >( *rib ), *this );
+   } else {
+      processRemoveStaleEntries( static_cast< TunnelRib & >( *rib ), *this );
+   }
+}
+
+} // namespace Tunnel::TunnelTable
