@@ -1,11 +1,13 @@
 # make run   builds and runs the example network through the scenario runner
 # make test  builds and runs the suite twice: plain, and under ASan + UBSan
+# make bench builds in Release and prints the scale benchmark's table
 JOBS ?= $(shell nproc)
 BUILD ?= build
+BENCH_BUILD ?= build-release
 SAN_BUILD ?= build-san
 CMAKE_FLAGS ?=
 
-.PHONY: all deps build build-san run test test-plain test-san clean
+.PHONY: all deps build build-san run test test-plain test-san bench clean
 
 all: build
 
@@ -35,5 +37,11 @@ test-san: build-san
 
 test: test-plain test-san
 
+# Minutes at 1M tunnels; never part of the suite.
+bench: deps
+	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=Release $(CMAKE_FLAGS) > /dev/null
+	cmake --build $(BENCH_BUILD) -j $(JOBS) --target tunnel_scale tunnel_bench
+	$(BENCH_BUILD)/tools/bench/tunnel_scale
+
 clean:
-	rm -rf $(BUILD) $(SAN_BUILD)
+	rm -rf $(BUILD) $(SAN_BUILD) $(BENCH_BUILD)
