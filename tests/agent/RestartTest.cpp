@@ -403,5 +403,64 @@ TEST( AgentRestart, StoppedAnywhereAndStartedOverWhatItLeftItEndsAsAFreshAgentWo
    }
 }
 
+// Faults the randomized test found, each in its smallest form; they fail
+// until the library is fixed.
+
+// An LDP tunnel at 10.0.0.1/32 in the system RIB, and the static tunnel over
+// it at 10.0.0.2/32, both programmed.
+struct TwoTunnels {
+   Tunnel::TunnelAgent agent;
+   const TunnelId ldp1{ TunnelType::ldpTunnel, 1 };
+   const TunnelId static1{ TunnelType::staticTunnel, 1 };
+
+   TwoTunnels() {
+      describe( agent, "ldp", true );
+      describe( agent, "static", true );
+      configure( agent, systemRib, { { TunnelTableIdentifier::ldpTable, std::nullopt },
+                                     { TunnelTableIdentifier::staticTable, std::nullopt } } );
+      Published lower;
+      lower.endpoints = { "10.0.0.1/32" };
+      lower.vias = { MplsVia( out( "10.1.0.1", "Ethernet1" ), push( { 16001 } ) ) };
+      publish( agent, ldp1, lower );
+      Published upper;
+      upper.endpoints = { "10.0.0.2/32" };
+      upper.vias = { MplsVia( over( ldp1 ), push( { 100 } ) ) };
+      publish( agent, static1, upper );
+      agent.start();
+      drainEnds( agent );
+   }
+   bool has( const std::string & line ) const { return outputsOf( agent ).count( line ) != 0; }
+};
+
+TEST( AgentRestartFaults, ATunnelWithdrawnWhileTheAgentIsDownStaysInItsPerTypeRib ) {
+   TwoTunnels world;
+   ASSERT_TRUE( world.has( "protocol rib static 10.0.0.2/32" ) );
+   world.agent.stop();
+   withdraw( world.agent, world.static1 );
+   world.agent.start();
+   ASSERT_TRUE( drainEnds( world.agent ) );
+   EXPECT_FALSE( world.has( "rib system-tunnel-rib 10.0.0.2/32" ) );
+   EXPECT_FALSE( world.has( "protocol rib static 10.0.0.2/32" ) );
+}
+
+TEST( AgentRestartFaults, ATunnelWithdrawnBeforeTheFirstReviewAfterARestartStaysInTheRib ) {
+   TwoTunnels world;
+   world.agent.stop();
+   world.agent.start();
+   withdraw( world.agent, world.static1 );
+   ASSERT_TRUE( drainEnds( world.agent ) );
+   EXPECT_FALSE( world.has( "rib system-tunnel-rib 10.0.0.2/32" ) );
+}
+
+TEST( AgentRestartFaults, ATunnelLeftUnprogrammableWhileTheAgentIsDownStaysInTheRib ) {
+   TwoTunnels world;
+   world.agent.stop();
+   withdraw( world.agent, world.ldp1 );
+   world.agent.start();
+   ASSERT_TRUE( drainEnds( world.agent ) );
+   EXPECT_TRUE( world.has( "unprogrammable " + world.static1.stringValue() ) );
+   EXPECT_FALSE( world.has( "rib system-tunnel-rib 10.0.0.2/32" ) );
+}
+
 } // namespace
 } // namespace AgentTest
