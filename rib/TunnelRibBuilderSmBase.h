@@ -141,6 +141,11 @@ class TunnelRibBuilderSmBase : public TableEntrySm {
    // that nothing supports any more.
    virtual void initTunnelRib() = 0;
    void removeStaleEntries( const Vel::Ptr< TunnelRibBase > & rib );
+   // Takes an id that a RIB kept from before at the tep as a candidate there.
+   void adoptCandidate( TunnelId tunnelId, const ColoredTunnelEndpoint & tep );
+   // Drops from the per-type RIBs every id that nothing supports any more at
+   // its tep, and adopts the others.
+   void removeStaleProtoTunnelRibEntries();
 
    // --- Convergence: run after each queued id; only the uncolored builder
    // reports convergence.

@@ -1,5 +1,7 @@
 #include "rib/TunnelRibBuilderSmBase.h"
 
+#include <algorithm>
+
 #include "platform/vel/Trace.h"
 #include "rib/TunnelRibWalks.h"
 #include "types/ColoredTunnelRib.h"
@@ -108,6 +110,67 @@ void TunnelRibBuilderSmBase::removeStaleEntries( const Vel::Ptr< TunnelRibBase >
       processRemoveStaleEntries( static_cast< ColoredTunnelRib & >( *rib ), *this );
    } else {
       processRemoveStaleEntries( static_cast< TunnelRib & >( *rib ), *this );
+   }
+   removeStaleProtoTunnelRibEntries();
+}
+
+void TunnelRibBuilderSmBase::adoptCandidate( TunnelId tunnelId, const ColoredTunnelEndpoint & tep ) {
+   const EncapsulatedTableEntry entry = getEntry( tunnelId );
+   if ( !entry || !doesEntryContribute( *tunnelTableEntryFilter_, entry ) ) {
+      return;
+   }
+   auto & element = tunnelIdToTepSet_[ tunnelId ];
+   if ( !element ) {
+      element = Vel::make< TunnelIdToTepEntrySet >( tunnelId );
+   }
+   element->tepSetIs()->coloredTepIs( tep );
+   TunnelTableEntry candidate = entry.entry();
+   candidate.tunnelIdIs( tunnelId );
+   candidate.prefIs( getPreference( entry.entry() ) );
+   internalTunnelRib_->entryIs( tep );
+   internalTunnelRib_->entry( tep )->entryIs( candidate, true );
+}
+
+void TunnelRibBuilderSmBase::removeStaleProtoTunnelRibEntries() {
+   if ( !protoTunnelRibColl_ ) {
+      return;
+   }
+   for ( const auto & [ type, wrapper ] : protoTunnelRibColl_->protocolTunnelRib() ) {
+      const Vel::Ptr< TunnelRib > & rib = wrapper->tunnelRib();
+      if ( !rib ) {
+         continue;
+      }
+      std::vector< TunnelRibEntry > entries;
+      for ( const auto & [ key, ribEntry ] : rib->entry() ) {
+         entries.push_back( ribEntry );
+      }
+      for ( const TunnelRibEntry & ribEntry : entries ) {
+         TunnelRibEntry kept = ribEntry;
+         while ( !kept.empty() ) {
+            kept.tunnelIdDel( kept.tunnelIdCount() - 1 );
+         }
+         const ColoredTunnelEndpoint tep = ribTep( ribEntry.coloredTep() );
+         for ( unsigned i = 0; i < ribEntry.tunnelIdCount(); ++i ) {
+            const TunnelId tunnelId = ribEntry.tunnelId( i );
+            const EncapsulatedTableEntry entry = getEntry( tunnelId );
+            bool supported = entry && doesEntryContribute( *tunnelTableEntryFilter_, entry );
+            if ( supported ) {
+               const auto teps = ribTeps( entry );
+               supported = std::binary_search( teps.begin(), teps.end(), tep );
+            }
+            VEL_TRACE( 8, " tunnel id ", tunnelId, ", of type ", tunnelId.tunnelType(),
+                       supported ? " is not stale." : " is stale." );
+            if ( supported ) {
+               kept.addTunnelId( tunnelId );
+               adoptCandidate( tunnelId, tep );
+            }
+         }
+         if ( kept.empty() ) {
+            rib->entryDel( ribEntry.tep() );
+         } else if ( kept.tunnelIdCount() != ribEntry.tunnelIdCount() ) {
+            rib->entryIs( kept );
+         }
+      }
    }
 }
 

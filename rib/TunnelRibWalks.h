@@ -115,6 +115,11 @@ void processRemoveStaleEntries( Rib & rib, TunnelRibBuilderSmBase & builder ) {
       } else if ( kept.tunnelIdCount() != ribEntry.tunnelIdCount() ) {
          rib.entryIs( kept );
       }
+      // What stays is the builder's from now on, so that the first review of
+      // a tunnel finds where it stands and can take it out again.
+      for ( unsigned i = 0; i < kept.tunnelIdCount(); ++i ) {
+         builder.adoptCandidate( kept.tunnelId( i ), kept.coloredTep() );
+      }
    }
 }
 
