@@ -265,6 +265,17 @@ Action readBgpLuConvergence( const JsonValue & value ) {
    };
 }
 
+// { "<table>": bool, ... }: each table's producer declares the table and says
+// whether it is complete.
+Action readTableComplete( const JsonValue & value ) {
+   std::vector< Action > actions;
+   for ( const auto & [ name, complete ] :
+         value.members( "an object of table names to whether each is complete" ) ) {
+      actions.push_back( readTableKind( complete, name ).tableCompleteIs( complete.boolean() ) );
+   }
+   return sequence( std::move( actions ) );
+}
+
 // { "restartTracking": bool, "restartComplete": bool }
 Action readGracefulRestart( const JsonValue & value ) {
    JsonObject object = value.object( "the graceful-restart context: an object",
@@ -336,6 +347,7 @@ const ChangeVerb changeVerbs[] = {
    { "programmable", []( const JsonValue & v ) { return readUnprogrammable( v, false ); } },
    { "bgpLuConvergence", readBgpLuConvergence },
    { "gracefulRestart", readGracefulRestart },
+   { "tableComplete", readTableComplete },
    { "mplsTunnelConfig", readMplsTunnelConfig },
 };
 

@@ -4,7 +4,9 @@
 #include <charconv>
 
 #include "fib/TunnelFibSm.h"
+#include "platform/toggles/FeatureToggles.h"
 #include "rib/TunnelRibConfigDirSm.h"
+#include "rib/TunnelRibSm.h"
 #include "agent/TunnelAgent.h"
 #include "types/ColoredTunnelRib.h"
 #include "types/TunnelRib.h"
@@ -61,6 +63,53 @@ FibView fibView( const Tunnel::TunnelAgent & agent ) {
    return fib;
 }
 
+GrRecordView::Input inputView( const Tunnel::Gr::InputProcessedStatus & status,
+                               bool inputProcessedSm ) {
+   GrRecordView::Input input;
+   input.backlogsEmpty = status.backlogsEmpty()();
+   for ( const auto & [ tableId, quiesced ] : status.tunnelTablesQuiesced() ) {
+      input.tablesQuiesced[ tableId ] = quiesced;
+   }
+   input.inputProcessedSm = inputProcessedSm;
+   return input;
+}
+
+std::optional< GracefulRestartView > gracefulRestartView( const Tunnel::TunnelAgent & agent ) {
+   const auto & container = *agent.grStatus;
+   const bool fibTakesPart =
+      agent.tunnelFibEnabled() && Toggles::toggleEnabled( "MplsL3VpnSso" );
+   if ( container.tunnelRibGrStatus().empty() && !fibTakesPart ) {
+      return std::nullopt;
+   }
+   GracefulRestartView view;
+   view.restartTracking = container.tunnelGrContext()->restartTracking()();
+   view.restartComplete = container.tunnelGrContext()->restartComplete()();
+   for ( const auto & [ id, status ] : container.tunnelRibGrStatus() ) {
+      GrRecordView & rib = view.ribs[ id ];
+      rib.backlogEmpty = status->tunnelRibSmBacklogEmpty()();
+      if ( auto counter = container.grCounters()->tunnelRibUpdateCounter( id ) ) {
+         rib.tunnelTablesProcessed = counter->tunnelTablesProcessed();
+      }
+      const auto & dirSm = agent.ribConfigDirSm();
+      auto ribSm = dirSm ? dirSm->tunnelRibSm( id ) : nullptr;
+      const auto * builder = ribSm ? ribSm->tunnelRibBuilderSm().get() : nullptr;
+      if ( builder && builder->inputProcessedStatus() ) {
+         rib.input = inputView( *builder->inputProcessedStatus(),
+                                bool( builder->inputProcessedSm() ) );
+      }
+   }
+   if ( fibTakesPart ) {
+      GrRecordView & fib = view.fib.emplace();
+      fib.backlogEmpty = agent.tunnelFibGrStatus->tunnelFibSmBacklogEmpty()();
+      fib.tunnelTablesProcessed = agent.tunnelFibGrStatus->tunnelTablesProcessed();
+      const auto & fibSm = agent.tunnelFibSm();
+      if ( fibSm && fibSm->inputProcessedStatus() ) {
+         fib.input = inputView( *fibSm->inputProcessedStatus(), bool( fibSm->inputProcessedSm() ) );
+      }
+   }
+   return view;
+}
+
 std::string nameOf( const Tunnel::TunnelAgent & agent, TunnelRibId id ) {
    for ( const auto & [ name, namedId ] : agent.ribNameIdMap->names() ) {
       if ( namedId == id ) {
@@ -112,6 +161,7 @@ Snapshot takeSnapshot( const Tunnel::TunnelAgent & agent, const SnapshotOptions 
    for ( const auto & [ id, seqno ] : agent.tunnelConvergence->tunnelRibConvergenceSeqno() ) {
       snapshot.convergence[ id ] = seqno;
    }
+   snapshot.gracefulRestart = gracefulRestartView( agent );
    if ( agent.tunnelFibEnabled() ) {
       snapshot.fib = fibView( agent );
    }

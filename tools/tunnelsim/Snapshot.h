@@ -17,6 +17,7 @@
 #include "types/TunnelFibEntry.h"
 #include "types/TunnelRibEntry.h"
 #include "types/TunnelRibId.h"
+#include "types/TunnelTableIdentifier.h"
 #include "types/TunnelType.h"
 
 namespace Tunnel {
@@ -56,6 +57,38 @@ struct FibView {
    std::vector< Tunnel::TunnelTable::TunnelId > unprogrammable;
 };
 
+// One consumer's part in graceful restart (a RIB builder's or the FIB
+// machine's): what its GR status record says, and while the machine runs,
+// its input-processed status.
+struct GrRecordView {
+   struct Input {
+      // Set once every tracked table is quiesced and the backlog is empty.
+      bool backlogsEmpty = false;
+      // Per tracked table, whether it is quiesced.
+      std::map< Tunnel::TunnelTable::TunnelTableIdentifier, bool > tablesQuiesced;
+      // Whether the input-processed machine is still there; the cleanup after
+      // the restart drops it.
+      bool inputProcessedSm = false;
+   };
+
+   // tunnelRibSmBacklogEmpty or tunnelFibSmBacklogEmpty.
+   bool backlogEmpty = false;
+   // The counter of the tunnel-tables-processed stage.
+   std::uint64_t tunnelTablesProcessed = 0;
+   // Absent while the machine is stopped, or runs without an input status.
+   std::optional< Input > input;
+};
+
+// The agent's graceful-restart records: its GR context, each RIB's GR status
+// record, and the FIB's when the FIB machine takes part (the agent runs it
+// with "MplsL3VpnSso" on).
+struct GracefulRestartView {
+   bool restartTracking = false;
+   bool restartComplete = false;
+   std::map< Tunnel::TunnelTable::TunnelRibId, GrRecordView > ribs;
+   std::optional< GrRecordView > fib;
+};
+
 // What a print shows: every tunnel RIB mounted at the status paths, in id
 // order, and what else was asked for.
 struct Snapshot {
@@ -68,9 +101,11 @@ struct Snapshot {
    std::vector< RibView > ribs;
    // The system RIB's per-type RIBs, when asked for.
    std::vector< std::pair< Tunnel::TunnelTable::TunnelType, RibView > > protocolRibs;
-   // Per RIB id, the sequence number written when the RIB caught up with
-   // BGP-LU.
+   // Per RIB id, the sequence number the RIB last reported to BGP-LU
+   // convergence.
    std::map< Tunnel::TunnelTable::TunnelRibId, std::uint64_t > convergence;
+   // Absent when no RIB has a GR status record and the FIB takes no part.
+   std::optional< GracefulRestartView > gracefulRestart;
    // Absent when the agent runs without its FIB machine.
    std::optional< FibView > fib;
    // The machines' state dump, when asked for.

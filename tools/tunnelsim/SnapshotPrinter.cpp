@@ -7,6 +7,7 @@
 
 #include "tools/tunnelsim/AlignedRows.h"
 #include "tools/tunnelsim/FibPrinter.h"
+#include "tools/tunnelsim/GrPrinter.h"
 
 namespace TunnelSim {
 
@@ -146,6 +147,9 @@ Json snapshotJson( const Snapshot & snapshot ) {
    for ( const auto & [ id, seqno ] : snapshot.convergence ) {
       json[ "convergence" ][ id.stringValue() ] = seqno;
    }
+   if ( snapshot.gracefulRestart ) {
+      json[ "gracefulRestart" ] = gracefulRestartJson( *snapshot.gracefulRestart );
+   }
    json[ "fib" ] = snapshot.fib ? fibJson( *snapshot.fib ) : Json();
    if ( !snapshot.dump.empty() ) {
       json[ "dump" ] = snapshot.dump;
@@ -178,6 +182,9 @@ std::string snapshotTable( const Snapshot & snapshot ) {
    for ( const auto & [ id, seqno ] : snapshot.convergence ) {
       out += "converged with BGP-LU: RIB id " + id.stringValue() + " at sequence number " +
              std::to_string( seqno ) + "\n";
+   }
+   if ( snapshot.gracefulRestart ) {
+      out += gracefulRestartTable( *snapshot.gracefulRestart );
    }
    out += snapshot.fib ? fibTable( *snapshot.fib ) : "FIB: off\n";
    if ( !snapshot.dump.empty() ) {

@@ -3,6 +3,7 @@
 #include <tuple>
 
 #include "agent/TunnelAgent.h"
+#include "platform/mirra/CollectionControl.h"
 #include "tools/tunnelsim/EntryReaders.h"
 #include "tools/tunnelsim/ScenarioError.h"
 #include "tools/tunnelsim/ValueReaders.h"
@@ -16,7 +17,7 @@ namespace {
 
 template< class Table >
 TableKind kindOf() {
-   TableKind kind{ Table::tableName, Table::tableId, Table::tableType, {}, {} };
+   TableKind kind{ Table::tableName, Table::tableId, Table::tableType, {}, {}, {} };
    kind.readEntry = [ kind ]( const JsonValue & value ) -> Action {
       auto entry = readTableEntry< typename Table::EntryType >( value, kind );
       return [ entry ]( Tunnel::TunnelAgent & agent ) {
@@ -25,6 +26,15 @@ TableKind kindOf() {
    };
    kind.deleteEntry = []( TunnelId id ) -> Action {
       return [ id ]( Tunnel::TunnelAgent & agent ) { agent.producerTable< Table >()->entryDel( id ); };
+   };
+   kind.tableCompleteIs = []( bool complete ) -> Action {
+      return [ complete ]( Tunnel::TunnelAgent & agent ) {
+         auto table = agent.producerTable< Table >();
+         if ( !table->entry().control()() ) {
+            table->controlIs( Vel::make< Mirra::CollectionControl >() );
+         }
+         table->entry().control()()->tableCompleteIs( complete );
+      };
    };
    return kind;
 }

@@ -30,6 +30,10 @@ struct TableKind {
    std::function< Action( const JsonValue & entry ) > readEntry;
    // The action deletes the entry of the id.
    std::function< Action( Tunnel::TunnelTable::TunnelId id ) > deleteEntry;
+   // The action declares the table, as its producer does by giving it a
+   // collection control (made when there is none), and says whether the
+   // producer has written all it had.
+   std::function< Action( bool complete ) > tableCompleteIs;
 
    // Whether a tunnel of the id's type is published in this table (the
    // "rsvpFrr" table also holds the RSVP FRR backup tunnels).
