@@ -4,7 +4,15 @@
 
 namespace Tunnel::TunnelTable {
 
-void LdpTunnelSm::initializeGrAttrs() { initializeGrAttributes( *this ); }
+void LdpTunnelSm::initializeGrAttrs() {
+   initializeGrAttributes( *this );
+   tableControlReactor_ = table()->entry().control().react( [ this ] {
+      if ( tableEntrySm()->inputProcessedSm() ) {
+         tableEntryControlIs( table()->entry().control()() );
+         propagateQuiescedNotification();
+      }
+   } );
+}
 
 void LdpTunnelSm::propagateQuiescedNotification() { propagateQuiesced( *this ); }
 

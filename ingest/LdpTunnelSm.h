@@ -20,6 +20,10 @@ class LdpTunnelSm final : public ProtocolTunnelSmTemplate< LdpTunnelTable, ldpTu
 
    void initializeGrAttrs() override;
    void propagateQuiescedNotification() override;
+
+ private:
+   // A producer may declare its table after the reactor was set up for GR.
+   Vel::Reactor tableControlReactor_;
 };
 
 inline constexpr auto * ldpTunnelSmFactory = &protocolTunnelSmFactory< LdpTunnelSm >;
