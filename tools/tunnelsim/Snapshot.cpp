@@ -61,13 +61,12 @@ FibView fibView( const Tunnel::TunnelAgent & agent ) {
    return fib;
 }
 
-std::string nameOf( const Tunnel::TunnelAgent & agent, TunnelRibId id ) {
-   for ( const auto & [ name, namedId ] : agent.ribNameIdMap->names() ) {
-      if ( namedId == id ) {
-         return name.text();
-      }
+std::map< TunnelRibId, std::string > namesById( const Tunnel::TunnelAgent & agent ) {
+   std::map< TunnelRibId, std::string > names;
+   for ( const auto & [ name, id ] : agent.ribNameIdMap->names() ) {
+      names.emplace( id, name.text() );
    }
-   return {};
+   return names;
 }
 
 } // namespace
@@ -76,6 +75,7 @@ Snapshot takeSnapshot( const Tunnel::TunnelAgent & agent, const SnapshotOptions 
    Snapshot snapshot;
    snapshot.time = agent.scheduler->now();
    const std::string prefix = TunnelRibConfigDirSm::statusPathPrefix;
+   const auto names = namesById( agent );
    agent.entityManager->forEachPath( [ & ]( const std::string & path ) {
       if ( !path.starts_with( prefix ) ) {
          return;
@@ -87,7 +87,8 @@ Snapshot takeSnapshot( const Tunnel::TunnelAgent & agent, const SnapshotOptions 
       if ( ec != std::errc{} || end != digits.data() + digits.size() ) {
          return;
       }
-      RibView view{ id, nameOf( agent, id ), false, {} };
+      auto name = names.find( id );
+      RibView view{ id, name == names.end() ? std::string() : name->second, false, {} };
       if ( auto rib = agent.entityManager->lookup< TunnelRib >( path ) ) {
          addEntries( *rib, view );
       } else if ( auto colored = agent.entityManager->lookup< ColoredTunnelRib >( path ) ) {
