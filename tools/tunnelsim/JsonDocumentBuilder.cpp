@@ -76,7 +76,9 @@ std::string JsonDocumentBuilder::path() const {
       // An outer container's last element is the one being read.
       bool innermost = i + 1 == frames_.size();
       if ( container.is_array() ) {
-         result += "[" + std::to_string( container.size() - ( innermost ? 0 : 1 ) ) + "]";
+         result += '[';
+         result += std::to_string( container.size() - ( innermost ? 0 : 1 ) );
+         result += ']';
       } else if ( !innermost || keyPending_ ) {
          result = memberPath( result, container.get_ref< const Json::object_t & >().back().first );
       }

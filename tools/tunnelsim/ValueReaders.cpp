@@ -107,7 +107,8 @@ Korvo::MplsLabelOperation readLabelOperation( const JsonObject & object ) {
                       " labels" );
       }
       for ( const JsonValue & label : labels ) {
-         text += " " + std::to_string( label.unsignedNumber( MplsLabelOperation::maxLabel ) );
+         text += ' ';
+         text += std::to_string( label.unsignedNumber( MplsLabelOperation::maxLabel ) );
       }
    }
    // Every label was checked above, so the text form always parses.
