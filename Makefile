@@ -1,10 +1,12 @@
 # make run   builds and runs the example network through the scenario runner
-# make test  builds and runs the suite twice: plain, and under ASan + UBSan
+# make test  builds and runs the suite twice: plain with g++, and under ASan +
+#            UBSan with clang, so that both compilers keep the build clean
 # make bench builds in Release and prints the scale benchmark's table
 JOBS ?= $(shell nproc)
 BUILD ?= build
 BENCH_BUILD ?= build-release
 SAN_BUILD ?= build-san
+SAN_CXX ?= clang++
 CMAKE_FLAGS ?=
 
 .PHONY: all deps build build-san run test test-plain test-san bench clean
@@ -19,7 +21,8 @@ build: deps
 	cmake --build $(BUILD) -j $(JOBS)
 
 build-san: deps
-	cmake -S . -B $(SAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DTUNNEL_SANITIZE=ON $(CMAKE_FLAGS) > /dev/null
+	cmake -S . -B $(SAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DTUNNEL_SANITIZE=ON \
+	   -DCMAKE_CXX_COMPILER=$(SAN_CXX) $(CMAKE_FLAGS) > /dev/null
 	cmake --build $(SAN_BUILD) -j $(JOBS)
 
 # Builds the runner quietly (its log is shown only when the build fails).

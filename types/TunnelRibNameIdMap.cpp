@@ -1,7 +1,5 @@
 #include "types/TunnelRibNameIdMap.h"
 
-#include <set>
-
 namespace Tunnel::TunnelTable {
 
 const TunnelRibId * TunnelRibNameIdMap::wellKnownId( const Vel::Name & name ) {
@@ -22,13 +20,12 @@ TunnelRibId TunnelRibNameIdMap::tunnelRibNameIs( const Vel::Name & name ) {
    if ( const TunnelRibId * fixed = wellKnownId( name ) ) {
       return ids_[ name ] = *fixed;
    }
-   std::set< std::uint32_t > taken;
-   for ( const auto & [ n, id ] : ids_ ) {
-      taken.insert( id.value() );
-   }
-   std::uint32_t id = firstDynamicId;
-   while ( taken.count( id ) ) {
-      ++id;
+   std::uint32_t id = nextDynamicId_;
+   if ( releasedIds_.empty() ) {
+      ++nextDynamicId_;
+   } else {
+      id = *releasedIds_.begin();
+      releasedIds_.erase( releasedIds_.begin() );
    }
    return ids_[ name ] = TunnelRibId( id );
 }
@@ -40,6 +37,9 @@ TunnelRibId TunnelRibNameIdMap::tunnelRibNameDel( const Vel::Name & name ) {
    }
    TunnelRibId id = it->second;
    ids_.erase( it );
+   if ( id.value() >= firstDynamicId ) {
+      releasedIds_.insert( id.value() );
+   }
    return id;
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
+#include <set>
 
 #include "platform/vel/Name.h"
 #include "platform/vel/Ptr.h"
@@ -34,6 +36,10 @@ class TunnelRibNameIdMap : public Vel::PtrInterface {
 
  private:
    std::map< Vel::Name, TunnelRibId > ids_;
+   // Dynamic ids below nextDynamicId_ are held by a name or released; the
+   // released ones are handed out again, lowest first.
+   std::uint32_t nextDynamicId_ = firstDynamicId;
+   std::set< std::uint32_t > releasedIds_;
 };
 
 } // namespace Tunnel::TunnelTable

@@ -11,17 +11,19 @@ Vel::PtrConst< TunnelTableBase > mountTable( Statix::EntityManager & entityManag
                                              const TunnelTableInfo & info,
                                              std::tuple< Table... > * ) {
    Vel::PtrConst< TunnelTableBase > mounted;
-   ( ( info.tunnelTableId() == Table::tableId &&
-       ( mounted = entityManager.mount< Table >( info.path() ), true ) ) ||
-     ... );
+   // The first table whose id matches is mounted; the fold's value is unused.
+   static_cast< void >( ( ( info.tunnelTableId() == Table::tableId &&
+                            ( mounted = entityManager.mount< Table >( info.path() ), true ) ) ||
+                          ... ) );
    return mounted;
 }
 
 template< class... Table >
 TunnelTableInfo tableInfoOf( const Vel::String & name, std::tuple< Table... > * ) {
    TunnelTableInfo info;
-   ( ( name == Table::tableName && ( info = TunnelTableInfo( name, Table::tableId ), true ) ) ||
-     ... );
+   static_cast< void >(
+      ( ( name == Table::tableName && ( info = TunnelTableInfo( name, Table::tableId ), true ) ) ||
+        ... ) );
    return info;
 }
 

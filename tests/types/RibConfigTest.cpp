@@ -25,6 +25,12 @@ TEST( TunnelRibNameIdMap, WellKnownNamesKeepTheirIdsOthersReuseTheLowestFree ) {
    EXPECT_FALSE( map.tunnelRibNameHas( "blue" ) );
    EXPECT_EQ( map.tunnelRibNameIs( "red" ), TunnelRibId( 4 ) );
    EXPECT_EQ( map.size(), 6u );
+   // Released ids come back lowest first, before any new one.
+   EXPECT_EQ( map.tunnelRibNameDel( "green" ), TunnelRibId( 5 ) );
+   EXPECT_EQ( map.tunnelRibNameDel( "red" ), TunnelRibId( 4 ) );
+   EXPECT_EQ( map.tunnelRibNameIs( "cyan" ), TunnelRibId( 4 ) );
+   EXPECT_EQ( map.tunnelRibNameIs( "green" ), TunnelRibId( 5 ) );
+   EXPECT_EQ( map.tunnelRibNameIs( "red" ), TunnelRibId( 6 ) );
 }
 
 TEST( TunnelRibConfig, EntriesNotifyPerTableAndEachSettingIsWatchable ) {

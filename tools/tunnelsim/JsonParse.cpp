@@ -1,6 +1,6 @@
 #include "tools/tunnelsim/JsonParse.h"
 
-#include "tools/tunnelsim/JsonPathTracker.h"
+#include "tools/tunnelsim/JsonDocumentBuilder.h"
 #include "tools/tunnelsim/ScenarioError.h"
 
 namespace TunnelSim {
@@ -24,12 +24,10 @@ std::pair< std::size_t, std::size_t > lineAndColumn( const std::string & text, s
 } // namespace
 
 Json parseJson( const std::string & text ) {
-   JsonPathTracker tracker;
+   Json document;
+   JsonDocumentBuilder builder( document );
    try {
-      return Json::parse(
-         text, [ &tracker ]( int, nlohmann::json::parse_event_t event, Json & parsed ) {
-            return tracker.event( event, parsed );
-         } );
+      Json::sax_parse( text, &builder );
    } catch ( const nlohmann::json::parse_error & e ) {
       // The library's text is "[json.exception.parse_error.101] parse error at
       // line L, column C: <reason>"; keep the reason, say the place our way.
@@ -38,7 +36,7 @@ Json parseJson( const std::string & text ) {
          reason = reason.substr( colon + 2 );
       }
       auto [ line, column ] = lineAndColumn( text, e.byte );
-      throw ScenarioError( tracker.path(), "not valid JSON (line " + std::to_string( line ) +
+      throw ScenarioError( builder.path(), "not valid JSON (line " + std::to_string( line ) +
                                               ", column " + std::to_string( column ) +
                                               "): " + reason );
    } catch ( const nlohmann::json::exception & e ) {
@@ -47,8 +45,18 @@ Json parseJson( const std::string & text ) {
       if ( auto bracket = reason.find( "] " ); bracket != std::string::npos ) {
          reason = reason.substr( bracket + 2 );
       }
-      throw ScenarioError( tracker.path(), "not valid JSON: " + reason );
+      throw ScenarioError( builder.path(), "not valid JSON: " + reason );
    }
+   // The parser takes a NUL byte for the end of the input, so a document
+   // followed by one would pass with whatever comes after it unread.
+   if ( auto nul = text.find( '\0' ); nul != std::string::npos ) {
+      auto [ line, column ] = lineAndColumn( text, nul + 1 );
+      throw ScenarioError( builder.path(), "not valid JSON (line " + std::to_string( line ) +
+                                              ", column " + std::to_string( column ) +
+                                              "): a NUL byte after the document; expected "
+                                              "the end of the input" );
+   }
+   return document;
 }
 
 } // namespace TunnelSim

@@ -40,7 +40,10 @@ void print( const Json & json, int indent, std::string & out ) {
       }
       print( item.value(), indent + 2, out );
    }
-   out += oneLine ? "" : "\n" + std::string( indent, ' ' );
+   if ( !oneLine ) {
+      out += '\n';
+      out.append( static_cast< std::size_t >( indent ), ' ' );
+   }
    out += object ? "}" : "]";
 }
 

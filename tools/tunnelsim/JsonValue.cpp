@@ -6,6 +6,20 @@ namespace TunnelSim {
 
 namespace {
 
+constexpr std::size_t longestShown = 60;
+
+// Cut before a character, not inside one: the text is UTF-8.
+std::string shortened( std::string text ) {
+   if ( text.size() > longestShown ) {
+      std::size_t cut = longestShown;
+      while ( cut > 0 && ( static_cast< unsigned char >( text[ cut ] ) & 0xC0 ) == 0x80 ) {
+         --cut;
+      }
+      text = text.substr( 0, cut ) + "...";
+   }
+   return text;
+}
+
 std::string describe( const Json & json ) {
    switch ( json.type() ) {
    case Json::value_t::object:
@@ -17,17 +31,7 @@ std::string describe( const Json & json ) {
    default:
       break;
    }
-   std::string text = json.dump();
-   constexpr std::size_t longest = 60;
-   if ( text.size() > longest ) {
-      // Cut before a character, not inside one: the text is UTF-8.
-      std::size_t cut = longest;
-      while ( cut > 0 && ( static_cast< unsigned char >( text[ cut ] ) & 0xC0 ) == 0x80 ) {
-         --cut;
-      }
-      text = text.substr( 0, cut ) + "...";
-   }
-   return text;
+   return shortened( json.dump() );
 }
 
 bool plainWord( std::string_view key ) {
@@ -46,16 +50,22 @@ bool plainWord( std::string_view key ) {
 
 } // namespace
 
-std::string memberPath( const std::string & path, std::string_view key ) {
-   if ( plainWord( key ) ) {
-      return path + "." + std::string( key );
-   }
-   return path + "[" + Json( std::string( key ) ).dump() + "]";
+std::string quotedName( std::string_view text ) {
+   return shortened(
+      Json( std::string( text ) ).dump( -1, ' ', false, Json::error_handler_t::replace ) );
 }
 
-void JsonValue::fail( std::string_view expected ) const {
+std::string memberPath( const std::string & path, std::string_view key ) {
+   if ( key.size() <= longestShown && plainWord( key ) ) {
+      return path + "." + std::string( key );
+   }
+   return path + "[" + quotedName( key ) + "]";
+}
+
+void JsonValue::fail( std::string_view expected, std::string_view note ) const {
    throw ScenarioError( path_, "expected " + std::string( expected ) + ", got " +
-                                  describe( *json_ ) );
+                                  describe( *json_ ) +
+                                  ( note.empty() ? "" : ", " + std::string( note ) ) );
 }
 
 std::string JsonValue::string( std::string_view what ) const {

@@ -28,8 +28,8 @@ class JsonValue {
    const Json & json() const noexcept { return *json_; }
    const std::string & path() const noexcept { return path_; }
 
-   // "expected <what>, got <the value>".
-   [[noreturn]] void fail( std::string_view expected ) const;
+   // "expected <what>, got <the value>", and ", <note>" when there is one.
+   [[noreturn]] void fail( std::string_view expected, std::string_view note = {} ) const;
 
    bool isString() const noexcept { return json_->is_string(); }
    bool isObject() const noexcept { return json_->is_object(); }
@@ -78,7 +78,11 @@ class JsonObject {
    JsonValue value_;
 };
 
-// The path of a member: ".name", or ["name"] when the name is not a plain word.
+// A name as a message shows it: in quotes, escaped as in JSON, and cut after
+// some sixty characters.
+std::string quotedName( std::string_view text );
+// The path of a member: ".name", or ["name"] when the name is not a short
+// plain word (a long one is cut as quotedName cuts it).
 std::string memberPath( const std::string & path, std::string_view key );
 
 } // namespace TunnelSim

@@ -123,8 +123,8 @@ TunnelTableIdentifier readRibTableId( const JsonValue & where, const std::string
          names += ( names.empty() ? "" : ", " ) + name;
       }
    }
-   throw ScenarioError( where.path(), "unknown table \"" + key +
-                                         "\" for a tunnel RIB; expected one of: " + names +
+   throw ScenarioError( where.path(), "unknown table " + quotedName( key ) +
+                                         " for a tunnel RIB; expected one of: " + names +
                                          ", or a table identifier from 0 to " +
                                          std::to_string( maxId ) );
 }
@@ -226,7 +226,7 @@ Action readRibDeletes( const JsonValue & value ) {
 Action readUnprogrammable( const JsonValue & value, bool unprogrammable ) {
    std::vector< TunnelId > ids;
    for ( const JsonValue & id : value.elements( "a list of tunnel ids" ) ) {
-      ids.push_back( readTunnelId( id ) );
+      ids.push_back( readTableTunnelId( id ) );
    }
    return [ ids, unprogrammable ]( Tunnel::TunnelAgent & agent ) {
       for ( TunnelId id : ids ) {
@@ -393,8 +393,8 @@ Step readStep( const JsonValue & value, bool tunnelFib ) {
          continue;
       }
       if ( argument ) {
-         throw ScenarioError( member.path(), "one step per object; this one already has \"" +
-                                                step.verb + "\"" );
+         throw ScenarioError( member.path(), "one step per object; this one already has " +
+                                                quotedName( step.verb ) );
       }
       step.verb = key;
       argument = member;

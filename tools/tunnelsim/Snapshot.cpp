@@ -63,6 +63,7 @@ FibView fibView( const Tunnel::TunnelAgent & agent ) {
    return fib;
 }
 
+<<<<<<< HEAD
 GrRecordView::Input inputView( const Tunnel::Gr::InputProcessedStatus & status,
                                bool inputProcessedSm ) {
    GrRecordView::Input input;
@@ -115,8 +116,14 @@ std::string nameOf( const Tunnel::TunnelAgent & agent, TunnelRibId id ) {
       if ( namedId == id ) {
          return name.text();
       }
+=======
+std::map< TunnelRibId, std::string > namesById( const Tunnel::TunnelAgent & agent ) {
+   std::map< TunnelRibId, std::string > names;
+   for ( const auto & [ name, id ] : agent.ribNameIdMap->names() ) {
+      names.emplace( id, name.text() );
+>>>>>>> sim2
    }
-   return {};
+   return names;
 }
 
 } // namespace
@@ -125,6 +132,7 @@ Snapshot takeSnapshot( const Tunnel::TunnelAgent & agent, const SnapshotOptions 
    Snapshot snapshot;
    snapshot.time = agent.scheduler->now();
    const std::string prefix = TunnelRibConfigDirSm::statusPathPrefix;
+   const auto names = namesById( agent );
    agent.entityManager->forEachPath( [ & ]( const std::string & path ) {
       if ( !path.starts_with( prefix ) ) {
          return;
@@ -136,7 +144,8 @@ Snapshot takeSnapshot( const Tunnel::TunnelAgent & agent, const SnapshotOptions 
       if ( ec != std::errc{} || end != digits.data() + digits.size() ) {
          return;
       }
-      RibView view{ id, nameOf( agent, id ), false, {} };
+      auto name = names.find( id );
+      RibView view{ id, name == names.end() ? std::string() : name->second, false, {} };
       if ( auto rib = agent.entityManager->lookup< TunnelRib >( path ) ) {
          addEntries( *rib, view );
       } else if ( auto colored = agent.entityManager->lookup< ColoredTunnelRib >( path ) ) {

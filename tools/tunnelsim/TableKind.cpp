@@ -1,5 +1,7 @@
 #include "tools/tunnelsim/TableKind.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <tuple>
 
 #include "agent/TunnelAgent.h"
@@ -64,6 +66,34 @@ TunnelId TableKind::readId( const JsonValue & value ) const {
    return id;
 }
 
+bool someTableHolds( TunnelId id ) {
+   return std::any_of( tableKinds().begin(), tableKinds().end(),
+                       [ id ]( const TableKind & kind ) { return kind.acceptsId( id ); } );
+}
+
+void refuseTablelessId( const JsonValue & value, std::string_view expected, TunnelId id ) {
+   std::string names;
+   for ( std::uint32_t number = 0; number <= maxTunnelTypeValue; ++number ) {
+      auto type = static_cast< TunnelType >( number );
+      if ( isTunnelType( number ) && someTableHolds( TunnelId( type, 1 ) ) ) {
+         names += ( names.empty() ? "" : ", " ) + stringValue( type );
+      }
+   }
+   auto type = static_cast< std::uint32_t >( id.tunnelType() );
+   value.fail( std::string( expected ) + " of a type that a table holds (" + names + ")",
+               isTunnelType( type )
+                  ? "of type " + stringValue( id.tunnelType() )
+                  : "of type " + std::to_string( type ) + ", which is no tunnel type" );
+}
+
+TunnelId readTableTunnelId( const JsonValue & value ) {
+   TunnelId id = readTunnelId( value );
+   if ( !someTableHolds( id ) ) {
+      refuseTablelessId( value, "a tunnel id", id );
+   }
+   return id;
+}
+
 const std::vector< TableKind > & tableKinds() {
    static const std::vector< TableKind > kinds =
       kindsOf( static_cast< ProtocolTunnelTables * >( nullptr ) );
@@ -80,7 +110,7 @@ const TableKind & readTableKind( const JsonValue & where, const std::string & na
    for ( const TableKind & kind : tableKinds() ) {
       names += ( names.empty() ? "" : ", " ) + std::string( kind.name );
    }
-   throw ScenarioError( where.path(), "unknown table \"" + name + "\"; expected one of: " + names );
+   throw ScenarioError( where.path(), "unknown table " + quotedName( name ) + "; expected one of: " + names );
 }
 
 } // namespace TunnelSim

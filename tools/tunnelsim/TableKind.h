@@ -42,6 +42,15 @@ struct TableKind {
    Tunnel::TunnelTable::TunnelId readId( const JsonValue & value ) const;
 };
 
+// Whether some table holds tunnels of the id's type.
+bool someTableHolds( Tunnel::TunnelTable::TunnelId id );
+// Refuses, at the value's path, a tunnel id of a type no table holds: no
+// tunnel of that type can exist, so none can be marked or carry a via.
+[[noreturn]] void refuseTablelessId( const JsonValue & value, std::string_view expected,
+                                     Tunnel::TunnelTable::TunnelId id );
+// Reads a tunnel id of a type some table holds.
+Tunnel::TunnelTable::TunnelId readTableTunnelId( const JsonValue & value );
+
 // Every protocol table a scenario can write, in the order the docs list them.
 const std::vector< TableKind > & tableKinds();
 // The kind of a table name, refusing, at the value's path, any other name.

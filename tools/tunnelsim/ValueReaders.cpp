@@ -4,6 +4,7 @@
 
 #include "platform/korvo/IntfId.h"
 #include "platform/vel/RangeException.h"
+#include "tools/tunnelsim/TableKind.h"
 
 namespace TunnelSim {
 
@@ -36,15 +37,20 @@ Via viaOf( const JsonObject & object ) {
       }
       // The tunnel FIB resolves a dynamic tunnel interface to its tunnel, so
       // the number must be a tunnel id.
-      if ( parsed->kind() == Korvo::IntfId::Kind::dynamicTunnel &&
-           parsed->tunnelIdValue() > TunnelId::maxValue ) {
-         intf->fail( "a dynamic tunnel interface whose number is a tunnel id, at most "
-                     "0x1ffffffffffff" );
+      if ( parsed->kind() == Korvo::IntfId::Kind::dynamicTunnel ) {
+         if ( parsed->tunnelIdValue() > TunnelId::maxValue ) {
+            intf->fail( "a dynamic tunnel interface whose number is a tunnel id, at most "
+                        "0x1ffffffffffff" );
+         }
+         if ( TunnelId id( parsed->tunnelIdValue() ); !someTableHolds( id ) ) {
+            refuseTablelessId( *intf, "a dynamic tunnel interface whose number is a tunnel id",
+                               id );
+         }
       }
       via.intfIdIs( *parsed );
    }
    if ( tunnel ) {
-      via.intfIdIs( Korvo::IntfId::dynamicTunnel( readTunnelId( *tunnel ).value() ) );
+      via.intfIdIs( Korvo::IntfId::dynamicTunnel( readTableTunnelId( *tunnel ).value() ) );
    }
    return via;
 }
@@ -101,7 +107,8 @@ Korvo::MplsLabelOperation readLabelOperation( const JsonObject & object ) {
                       " labels" );
       }
       for ( const JsonValue & label : labels ) {
-         text += " " + std::to_string( label.unsignedNumber( MplsLabelOperation::maxLabel ) );
+         text += ' ';
+         text += std::to_string( label.unsignedNumber( MplsLabelOperation::maxLabel ) );
       }
    }
    // Every label was checked above, so the text form always parses.
