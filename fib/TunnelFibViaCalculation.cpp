@@ -80,119 +80,86 @@ Flags classifyLowerTunnelWithoutVias( TunnelFibSm & sm, TunnelId lower ) {
    return Flags( Flags::recTunUnprogrammable );
 }
 
-TunnelFibCalcResult entryDeleted() { return { Flags(), true, false }; }
-TunnelFibCalcResult notContributing() { return { Flags(), false, false }; }
+// The vias of a present, contributing entry, by entry kind.
 
 // Entries with a list of labelled vias.
 template< class Entry >
-TunnelFibCalcResult calculateTunnelFibEntryViasFromMplsEntry( TunnelFibSm & sm,
-                                                              ConsolidatedTunnelFibEntry & cons,
-                                                              const Entry * entry ) {
-   if ( !entry ) {
-      return entryDeleted();
-   }
-   if ( !sm.tunnelContributesToTunnelFib( cons.tunnelId() ) ) {
-      return notContributing();
-   }
+Flags calculateTunnelFibEntryViasFromMplsEntry( TunnelFibSm & sm, ConsolidatedTunnelFibEntry & cons,
+                                                const Entry & entry ) {
    Flags viaResult;
-   const ViaList< MplsVia > & vias = entry->mplsVia();
+   const ViaList< MplsVia > & vias = entry.mplsVia();
    for ( unsigned i = 0; i < vias.size(); ++i ) {
       viaResult |= calculateTunnelFibEntryMplsVia( sm, cons, vias[ ViaIndex( i ) ] );
    }
-   return { viaResult, false, true };
+   return viaResult;
 }
 
 // Entries with plain vias that all apply the entry's one label operation.
 template< class Entry >
-TunnelFibCalcResult calculateTunnelFibEntryMplsVias( TunnelFibSm & sm,
-                                                     ConsolidatedTunnelFibEntry & cons,
-                                                     const Entry * entry ) {
-   if ( !entry ) {
-      return entryDeleted();
-   }
-   if ( !sm.tunnelContributesToTunnelFib( cons.tunnelId() ) ) {
-      return notContributing();
-   }
-   const Korvo::MplsLabelOperation & labelOp = entry->labelOperation();
+Flags calculateTunnelFibEntryMplsVias( TunnelFibSm & sm, ConsolidatedTunnelFibEntry & cons,
+                                       const Entry & entry ) {
+   const Korvo::MplsLabelOperation & labelOp = entry.labelOperation();
    if ( labelOp.action() != Korvo::MplsLabelAction::push ) {
       VEL_TRACE( 8, "Non push label operation for tableEntry with op ", labelOp, " !!" );
    }
    Flags viaResult;
-   const ViaList< Via > & vias = entry->via();
+   const ViaList< Via > & vias = entry.via();
    for ( unsigned i = 0; i < vias.size(); ++i ) {
       viaResult |= calculateTunnelFibEntryMplsVia( sm, cons, MplsVia( vias[ ViaIndex( i ) ], labelOp ) );
    }
-   return { viaResult, false, true };
+   return viaResult;
 }
 
-TunnelFibCalcResult calculateFrom( TunnelFibSm & sm, ConsolidatedTunnelFibEntry & cons,
-                                   const MplsTunnelTableEntryBase * entry ) {
+Flags viasOf( TunnelFibSm & sm, ConsolidatedTunnelFibEntry & cons,
+              const MplsTunnelTableEntryBase & entry ) {
    return calculateTunnelFibEntryViasFromMplsEntry( sm, cons, entry );
 }
 
-TunnelFibCalcResult calculateFrom( TunnelFibSm & sm, ConsolidatedTunnelFibEntry & cons,
-                                   const BgpLuTunnelTableEntry * entry ) {
+Flags viasOf( TunnelFibSm & sm, ConsolidatedTunnelFibEntry & cons,
+              const BgpLuTunnelTableEntry & entry ) {
    return calculateTunnelFibEntryMplsVias( sm, cons, entry );
 }
 
 // The RSVP kinds and TI-LFA: one primary via protected by an optional backup
 // via, installed as it stands, or a list of primary vias without backup.
-TunnelFibCalcResult calculateFrom( TunnelFibSm & sm, ConsolidatedTunnelFibEntry & cons,
-                                   const ProtectedTunnelTableEntryBase * entry ) {
-   if ( !entry ) {
-      return entryDeleted();
-   }
-   if ( !sm.tunnelContributesToTunnelFib( cons.tunnelId() ) ) {
-      return notContributing();
-   }
-   if ( !entry->mplsVia().empty() ) {
-      TunnelFibCalcResult result = calculateTunnelFibEntryViasFromMplsEntry( sm, cons, entry );
+Flags viasOf( TunnelFibSm & sm, ConsolidatedTunnelFibEntry & cons,
+              const ProtectedTunnelTableEntryBase & entry ) {
+   if ( !entry.mplsVia().empty() ) {
+      const Flags viaResult = calculateTunnelFibEntryViasFromMplsEntry( sm, cons, entry );
       cons.backupViaInfoDelAll();
-      return result;
+      return viaResult;
    }
    Flags viaResult;
    // An entry without any via is one with no vias, not one with an empty via.
-   if ( entry->primaryVia() != MplsVia() ) {
-      viaResult = calculateTunnelFibEntryMplsVia( sm, cons, entry->primaryVia() );
+   if ( entry.primaryVia() != MplsVia() ) {
+      viaResult = calculateTunnelFibEntryMplsVia( sm, cons, entry.primaryVia() );
    }
    cons.backupViaInfoDelAll();
-   if ( entry->backupVia() != MplsVia() ) {
-      cons.insertBackupLabelStackVia( entry->backupVia().via(), entry->backupVia().labelOperation() );
+   if ( entry.backupVia() != MplsVia() ) {
+      cons.insertBackupLabelStackVia( entry.backupVia().via(), entry.backupVia().labelOperation() );
    }
-   return { viaResult, false, true };
+   return viaResult;
 }
 
-TunnelFibCalcResult calculateFrom( TunnelFibSm & sm, ConsolidatedTunnelFibEntry & cons,
-                                   const NexthopGroupTunnelTableEntry * entry ) {
-   if ( !entry ) {
-      return entryDeleted();
-   }
-   if ( !sm.tunnelContributesToTunnelFib( cons.tunnelId() ) ) {
-      return notContributing();
-   }
+Flags viasOf( TunnelFibSm &, ConsolidatedTunnelFibEntry & cons,
+              const NexthopGroupTunnelTableEntry & entry ) {
    cons.insertInvalidVia(
       Via( Korvo::IpGenAddr::ipv4( 0 ),
-           Korvo::NexthopGroupIntfId::nexthopGroupIdToIntfId( entry->nexthopGroupId() ) ) );
-   return { Flags(), false, true };
+           Korvo::NexthopGroupIntfId::nexthopGroupIdToIntfId( entry.nexthopGroupId() ) ) );
+   return Flags();
 }
 
 template< class Info >
-TunnelFibCalcResult calculateFrom( TunnelFibSm & sm, ConsolidatedTunnelFibEntry & cons,
-                                   const InterfaceTunnelTableEntry< Info > * entry ) {
-   if ( !entry ) {
-      return entryDeleted();
-   }
-   if ( !sm.tunnelContributesToTunnelFib( cons.tunnelId() ) ) {
-      return notContributing();
-   }
+Flags viasOf( TunnelFibSm &, ConsolidatedTunnelFibEntry & cons,
+              const InterfaceTunnelTableEntry< Info > & entry ) {
    if constexpr ( std::is_same_v< Info, GreTunnelInfo > ) {
-      cons.insertGreVia( entry->via(), entry->tunnelInfo() );
+      cons.insertGreVia( entry.via(), entry.tunnelInfo() );
    } else if constexpr ( std::is_same_v< Info, IpsecGreTunnelInfo > ) {
-      cons.insertIpsecGreVia( entry->via(), entry->tunnelInfo() );
+      cons.insertIpsecGreVia( entry.via(), entry.tunnelInfo() );
    } else {
-      cons.insertIpsecVtiVia( entry->via(), entry->tunnelInfo() );
+      cons.insertIpsecVtiVia( entry.via(), entry.tunnelInfo() );
    }
-   return { Flags(), false, true };
+   return Flags();
 }
 
 } // namespace
@@ -202,7 +169,13 @@ TunnelFibCalcResult calculateTunnelFibEntryVias( TunnelFibSm & sm,
    TunnelFibCalcResult result;
    const bool supported =
       visitTunnelTableEntry( sm, consFibEntry.tunnelId(), [ & ]( const auto * entry ) {
-         result = calculateFrom( sm, consFibEntry, entry );
+         if ( !entry ) {
+            result = { Flags(), true, false };
+         } else if ( !sm.tunnelContributesToTunnelFib( consFibEntry.tunnelId() ) ) {
+            result = { Flags(), false, false };
+         } else {
+            result = { viasOf( sm, consFibEntry, *entry ), false, true };
+         }
       } );
    VEL_ASSERT( supported, "Unsupported tunnel type" );
    return result;
