@@ -63,7 +63,6 @@ FibView fibView( const Tunnel::TunnelAgent & agent ) {
    return fib;
 }
 
-<<<<<<< HEAD
 GrRecordView::Input inputView( const Tunnel::Gr::InputProcessedStatus & status,
                                bool inputProcessedSm ) {
    GrRecordView::Input input;
@@ -111,17 +110,10 @@ std::optional< GracefulRestartView > gracefulRestartView( const Tunnel::TunnelAg
    return view;
 }
 
-std::string nameOf( const Tunnel::TunnelAgent & agent, TunnelRibId id ) {
-   for ( const auto & [ name, namedId ] : agent.ribNameIdMap->names() ) {
-      if ( namedId == id ) {
-         return name.text();
-      }
-=======
 std::map< TunnelRibId, std::string > namesById( const Tunnel::TunnelAgent & agent ) {
    std::map< TunnelRibId, std::string > names;
    for ( const auto & [ name, id ] : agent.ribNameIdMap->names() ) {
       names.emplace( id, name.text() );
->>>>>>> sim2
    }
    return names;
 }
