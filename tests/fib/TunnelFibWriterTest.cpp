@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <array>
 #include <string>
 #include <vector>
@@ -47,9 +49,18 @@ struct WriterTest : ::testing::Test {
                fib->greEncap().sequenceNumber(), fib->ipsecGreEncap().sequenceNumber(),
                fib->ipsecVtiEncap().sequenceNumber() };
    }
+   // Compilers differ only in the blank before '&' in the signature text.
+   static std::string normalized( std::string line ) {
+      for ( auto at = line.find( " &" ); at != std::string::npos; at = line.find( " &", at ) ) {
+         line.erase( at, 1 );
+      }
+      return line;
+   }
    static bool has( const Vel::TestTraceSink & trace, const std::string & line ) {
-      const auto & lines = trace.lines();
-      return std::find( lines.begin(), lines.end(), line ) != lines.end();
+      return std::any_of( trace.lines().begin(), trace.lines().end(),
+                          [ & ]( const std::string & traced ) {
+                             return normalized( traced ) == normalized( line );
+                          } );
    }
 };
 
@@ -186,8 +197,9 @@ TEST_F( WriterTest, FirstIdOfEachTypeHasIndexZero ) {
                                  "insertGreEncap(const Tunnel::GreTunnelInfo&)";
    EXPECT_TRUE( has( trace, greInsert + " [ src: 1.1.1.1 dst: 2.2.2.2 ]" ) );
    EXPECT_TRUE( has( trace, greInsert + "  Created GRE encapId gre:0" ) );
-   EXPECT_TRUE( trace.contains( "insertIpsecGreEncap(const Tunnel::IpsecGreTunnelInfo&) [ src: "
-                                "1.1.1.1 dst: 3.3.3.3 ]" ) );
+   EXPECT_TRUE( has( trace, "Tunnel::TunnelFib::EncapId " + writerScope +
+                               "insertIpsecGreEncap(const Tunnel::IpsecGreTunnelInfo&) [ src: "
+                               "1.1.1.1 dst: 3.3.3.3 ]" ) );
    EXPECT_TRUE( trace.contains( "  Created IPsec+GRE encapId ipsecGre:0" ) );
    EXPECT_TRUE( trace.contains( "  Created IPsec VTI encapId ipsecVti:0" ) );
    EXPECT_EQ( writer->nextEncapIndex( EncapType::greEncap ), 0u );
