@@ -248,6 +248,8 @@ class TunnelFibSm : public Vel::PtrInterface {
    DependencyMap directlyDependentTunnels_;
    DependencyMap tunnelsDirectlyDependingOn_;
    DependencyMap resolvedByTunnels_;
+   // Lower tunnels that a deferred tunnel waits for, and those the tunnel
+   // being computed found not ready.
    std::unordered_set< TunnelId > lowerTunnelAwaited_;
    std::vector< TunnelId > lowerTunnelsNotReady_;
    std::uint64_t tunnelFibUpdateCounter_ = 0;
