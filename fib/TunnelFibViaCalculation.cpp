@@ -20,15 +20,16 @@ bool entropyLabelApplies( const TunnelFibSm & sm, TunnelId tunnelId ) {
    return sm.entropyLabelPush() && tunnelId.supportsEntropyLabelPush();
 }
 
-// The entropy label of the tunnel's own labels on a via resolved over a lower
-// tunnel, put in before the lower tunnel's labels are merged. False when it
-// did not fit.
-bool addEntropyLabelToResolvedVia( const TunnelFibSm & sm, TunnelId tunnelId,
-                                   Korvo::MplsLabelOperation & labelOp ) {
+// The entropy label beneath the tunnel's own labels. On a via resolved over
+// a lower tunnel it goes in before the lower tunnel's labels are merged, and
+// not where the tunnel's labels carry one already. False when it did not fit.
+enum class ViaKind { resolved, plain };
+bool addEntropyLabel( const TunnelFibSm & sm, TunnelId tunnelId, ViaKind kind,
+                      Korvo::MplsLabelOperation & labelOp ) {
    if ( !entropyLabelApplies( sm, tunnelId ) ) {
       return true;
    }
-   if ( labelOp.hasEntropyLabel() ) {
+   if ( kind == ViaKind::resolved && labelOp.hasEntropyLabel() ) {
       VEL_TRACE( 8, "Top-level tunnel ", tunnelId, " already has entropy label, skip adding" );
       return true;
    }
@@ -37,28 +38,15 @@ bool addEntropyLabelToResolvedVia( const TunnelFibSm & sm, TunnelId tunnelId,
       return true;
    }
    Korvo::BoundedMplsLabelStackResult result = labelOp.entropyLabelAndIndicatorIs( 0 );
-   if ( !result.success() ) {
+   if ( result.success() ) {
+      return true;
+   }
+   if ( kind == ViaKind::resolved ) {
       VEL_TRACE( 8, "Failed to add ELI + EL for tunnel ", tunnelId, ". Result: ", result );
-      return false;
-   }
-   return true;
-}
-
-bool addEntropyLabelToPlainVia( const TunnelFibSm & sm, TunnelId tunnelId,
-                                Korvo::MplsLabelOperation & labelOp ) {
-   if ( !entropyLabelApplies( sm, tunnelId ) ) {
-      return true;
-   }
-   if ( labelOp.stackSize() == 0 ) {
-      VEL_TRACE( 8, "Not setting EL position on empty label stack for tunnel: ", tunnelId );
-      return true;
-   }
-   Korvo::BoundedMplsLabelStackResult result = labelOp.entropyLabelAndIndicatorIs( 0 );
-   if ( !result.success() ) {
+   } else {
       VEL_TRACE( 8, "Failed to add ELI + EL. Result: ", result );
-      return false;
    }
-   return true;
+   return false;
 }
 
 // Why a lower tunnel without programmed vias gives none.
@@ -197,7 +185,7 @@ TunnelFibViaCalcResult calculateTunnelFibEntryMplsVia( TunnelFibSm & sm,
 
    if ( !resolve ) {
       Korvo::MplsLabelOperation labelOp = mplsVia.labelOperation();
-      if ( !addEntropyLabelToPlainVia( sm, tunnelId, labelOp ) ) {
+      if ( !addEntropyLabel( sm, tunnelId, ViaKind::plain, labelOp ) ) {
          return Flags( Flags::recTunFlattenError );
       }
       consFibEntry.insertLabelStackVia( via, labelOp );
@@ -232,7 +220,7 @@ TunnelFibViaCalcResult calculateTunnelFibEntryMplsVia( TunnelFibSm & sm,
    bool added = false;
    for ( const TunnelFib::TunnelVia & lowerVia : lowerEntry->tunnelVia() ) {
       Korvo::MplsLabelOperation labelOp = mplsVia.labelOperation();
-      if ( !addEntropyLabelToResolvedVia( sm, tunnelId, labelOp ) ) {
+      if ( !addEntropyLabel( sm, tunnelId, ViaKind::resolved, labelOp ) ) {
          return Flags( Flags::recTunFlattenError );
       }
       const TunnelFib::LabelStackEncap * lowerStack =

@@ -4,7 +4,7 @@
 #include <random>
 
 #include "tests/fib/FibModel.h"
-#include "types/TunnelTableMounter.h"
+#include "tests/fib/FibWorld.h"
 
 // Random graphs of tunnels over tunnels under churn, every drain compared
 // with the recursive flattening of what the producers published.
@@ -30,29 +30,12 @@ int roundsPerSeed() {
 // here needs a few dozen.
 constexpr int maxDrainSeconds = 50;
 
-Korvo::IpGenAddr addr( const std::string & text ) { return *Korvo::IpGenAddr::parse( text ); }
-Via out( const std::string & hop, const std::string & intf ) {
-   return Via( addr( hop ), Korvo::IntfId::ordinary( intf ) );
-}
-Via over( TunnelId lower ) {
-   return Via( addr( "0.0.0.0" ), Korvo::IntfId::dynamicTunnel( lower.value() ) );
-}
+using FibTest::addr;
+using FibTest::out;
+using FibTest::over;
 
 // An agent with the FIB over every table.
-struct FibAgent {
-   Tunnel::TunnelAgent agent;
-
-   FibAgent() {
-      for ( const char * name : { "ldp", "sr", "ospfSr", "bgpLu", "bgpLuPush", "static",
-                                  "srTeSegmentList", "rsvpLer", "rsvpLerSub", "rsvpFrr", "tiLfa",
-                                  "isisFlexAlgoTunnel", "nexthopGroup", "greTunnelInterface",
-                                  "ipsecGreTunnelInterface", "ipsecVtiTunnelInterface" } ) {
-         agent.tableInfo->tableInfoIs( name, TunnelTableMounter::tableInfo( name ) );
-      }
-   }
-
-   Vel::Ptr< TunnelFibSm > sm() const { return agent.tunnelFibSm(); }
-
+struct FibAgent : FibTest::FibWorld {
    // Runs the scheduler in bounded slices; false when work is still due.
    bool drainEnds() {
       for ( int second = 0; second < maxDrainSeconds && !agent.scheduler->idle(); ++second ) {
