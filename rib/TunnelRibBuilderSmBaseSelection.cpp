@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <iterator>
+#include <sstream>
 #include <vector>
 
 #include "platform/vel/Assert.h"
+#include "platform/vel/RangeException.h"
 #include "platform/vel/Trace.h"
 #include "rib/EntryFilterUpdate.h"
 #include "types/CopyMetrics.h"
+#include "types/TunnelIdCollIndex.h"
 
 // Selection of the best tunnels per endpoint: the candidates the builder
 // keeps for each tep, and the RIB entries written from them.
@@ -15,6 +18,27 @@
 namespace Tunnel::TunnelTable {
 
 namespace {
+
+// An entry holds a bounded number of ids; the bare index text names no
+// endpoint, and a person needs to know which one overflowed.
+void addTunnelIdNamingTep( TunnelRibEntry & ribEntry, TunnelId tunnelId,
+                           const ColoredTunnelEndpoint & tep, const TunnelRibConfig & rib,
+                           bool perTypeRib ) {
+   try {
+      ribEntry.addTunnelId( tunnelId );
+   } catch ( const Vel::RangeException & e ) {
+      std::ostringstream text;
+      text << "tunnel RIB " << rib.name() << ", endpoint " << tep;
+      if ( perTypeRib ) {
+         text << ", " << tunnelId.tunnelType() << " tunnels";
+      }
+      text << ": " << tunnelId
+           << " would be tunnel " << maxTunnelIdsPerRibEntry + 1
+           << " of one entry, which holds at most " << maxTunnelIdsPerRibEntry << " ("
+           << e.what() << ")";
+      throw Vel::RangeException( text.str() );
+   }
+}
 
 // The types whose tunnels compete with a preference from the entry filter:
 // those of the tables the preference mapper serves.
@@ -240,7 +264,7 @@ bool TunnelRibBuilderSmBase::doUpdateProtoTunnelRibColl( const ColoredTunnelEndp
    const auto & rib = protoTunnelRibColl_->protocolTunnelRib( tunnelType )->tunnelRib();
    TunnelRibEntry ribEntry = rib->tunnelRibEntry( tep );
    if ( add ) {
-      ribEntry.addTunnelId( tunnelId );
+      addTunnelIdNamingTep( ribEntry, tunnelId, tep, *tunnelRibConfig_, true );
       rib->tunnelRibEntryIs( ribEntry );
       VEL_TRACE( 8, tunnelType, ": adding protocol-specific TEP / tunnel ID ",
                  "mapping, tunnel ID ", tunnelId, ", TEP ", tep );
@@ -350,7 +374,7 @@ void TunnelRibBuilderSmBase::doAddTunnelId( const EncapsulatedTableEntry & entry
    TunnelRibEntry ribEntry = tunnelRib_->tunnelRibEntry( tep );
    copyMetrics( tunnelId, ribEntry, entry, *tunnelRibConfig_ );
    ribEntry.prefIs( getPreference( entry.entry() ) );
-   ribEntry.addTunnelId( tunnelId );
+   addTunnelIdNamingTep( ribEntry, tunnelId, tep, *tunnelRibConfig_, false );
    tunnelRib_->tunnelRibEntryIs( ribEntry );
 }
 

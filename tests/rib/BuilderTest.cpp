@@ -119,6 +119,20 @@ TEST_F( BuilderTest, UndecidableSelectionsAndMissingPerTypeRibsAreRefusedWithThe
    system.protoColl->protocolTunnelRibIs( TunnelType::srTunnel );
    EXPECT_EQ( failure( [ & ] { system.rib( TunnelRibNameIdMap::systemTunnelRibName, {} ); } ),
               "protocolTunnelRib::tunnelRib missing for tunnelType sr" );
+
+   // One ECMP set too many: the refusal names the RIB and the endpoint.
+   RibWorld crowded;
+   crowded.rib( rib, { { T::ldpTable, {} } } );
+   crowded.describe( T::ldpTable );
+   crowded.start();
+   for ( std::uint64_t i = 1; i <= maxTunnelIdsPerRibEntry + 1; ++i ) {
+      crowded.publish( ldp( i ), Published{ .pref = 20, .teps = { "10.0.0.9/32" } } );
+   }
+   const std::string overflow = failure( [ & ] { crowded.drain(); } );
+   EXPECT_EQ( overflow.substr( 0, overflow.find( ':' ) ), "tunnel RIB custom, endpoint 10.0.0.9/32" )
+      << overflow;
+   EXPECT_NE( overflow.find( "would be tunnel 601 of one entry, which holds at most 600" ),
+              std::string::npos ) << overflow;
 }
 
 TEST_F( BuilderTest, TheBacklogReviewsAnIdOnceAndResumesAtItsBookmarkAfterEachYield ) {
