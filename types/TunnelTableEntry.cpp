@@ -17,19 +17,23 @@ bool operator<( const TunnelTableEntry & a, const TunnelTableEntry & b ) {
    if ( a.tunnelId_ != b.tunnelId_ ) {
       return a.tunnelId_ < b.tunnelId_;
    }
-   auto aEnd = a.endpoints_.begin() + a.endpointCount_;
-   auto bEnd = b.endpoints_.begin() + b.endpointCount_;
-   if ( !std::equal( a.endpoints_.begin(), aEnd, b.endpoints_.begin(), bEnd ) ) {
-      return std::lexicographical_compare( a.endpoints_.begin(), aEnd, b.endpoints_.begin(),
-                                           bEnd );
+   if ( a.firstEndpoint_ != b.firstEndpoint_ && a.endpointCount_ && b.endpointCount_ ) {
+      return a.firstEndpoint_ < b.firstEndpoint_;
+   }
+   if ( a.endpointCount_ == 0 || b.endpointCount_ == 0 ) {
+      if ( a.endpointCount_ != b.endpointCount_ ) {
+         return a.endpointCount_ < b.endpointCount_;
+      }
+   } else if ( a.moreEndpoints_ != b.moreEndpoints_ ) {
+      return a.moreEndpoints_ < b.moreEndpoints_;
    }
    return a.instance_ < b.instance_;
 }
 
 bool operator==( const TunnelTableEntry & a, const TunnelTableEntry & b ) {
    return a.tunnelId_ == b.tunnelId_ && a.instance_ == b.instance_ && a.pref_ == b.pref_ &&
-          std::equal( a.endpoints_.begin(), a.endpoints_.begin() + a.endpointCount_,
-                      b.endpoints_.begin(), b.endpoints_.begin() + b.endpointCount_ );
+          a.endpointCount_ == b.endpointCount_ && a.firstEndpoint_ == b.firstEndpoint_ &&
+          a.moreEndpoints_ == b.moreEndpoints_;
 }
 
 std::string TunnelTableEntry::stringValue() const {
@@ -37,7 +41,7 @@ std::string TunnelTableEntry::stringValue() const {
    os << "Value('Tunnel::TunnelTable::TunnelTableEntry', ** {'tunnelId': " << tunnelId_
       << ", 'instance': " << instance_ << ", 'pref': " << pref_ << ", 'endpoints': [";
    for ( unsigned i = 0; i < endpointCount_; ++i ) {
-      os << ( i ? ", " : "" ) << endpoints_[ i ];
+      os << ( i ? ", " : "" ) << endpoint( i );
    }
    os << "]})";
    return os.str();

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <array>
 #include <compare>
 #include <cstdint>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "platform/korvo/IpGenPrefix.h"
 #include "platform/vel/RangeException.h"
@@ -38,15 +38,21 @@ class TunnelTableEntry {
 
    unsigned endpointCount() const noexcept { return endpointCount_; }
    const Korvo::IpGenPrefix & endpoint( TunnelEndpointIndex i ) const {
-      return endpoints_[ i.value() ];
+      return i.value() == 0 ? firstEndpoint_ : moreEndpoints_[ i.value() - 1 ];
    }
    // Appends an endpoint; the 17th raises the TunnelEndpointIndex range error.
    void endpointAdd( const Korvo::IpGenPrefix & tep ) {
-      endpoints_[ TunnelEndpointIndex::of( endpointCount_ ).value() ] = tep;
+      const unsigned index = TunnelEndpointIndex::of( endpointCount_ ).value();
+      if ( index == 0 ) {
+         firstEndpoint_ = tep;
+      } else {
+         moreEndpoints_.push_back( tep );
+      }
       ++endpointCount_;
    }
    void endpointDelAll() noexcept {
-      endpoints_ = {};
+      firstEndpoint_ = Korvo::IpGenPrefix();
+      moreEndpoints_.clear();
       endpointCount_ = 0;
    }
 
@@ -65,7 +71,10 @@ class TunnelTableEntry {
    std::uint64_t instance_ = 0;
    TunnelEntryPref pref_;
    std::uint8_t endpointCount_ = 0;
-   std::array< Korvo::IpGenPrefix, maxEndpoints > endpoints_{};
+   // Nearly every tunnel serves one endpoint: it is kept inline, the rest
+   // (up to maxEndpoints in all) on the heap.
+   Korvo::IpGenPrefix firstEndpoint_;
+   std::vector< Korvo::IpGenPrefix > moreEndpoints_;
 };
 
 } // namespace Tunnel::TunnelTable

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <compare>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <optional>
 #include <ostream>
@@ -35,14 +37,36 @@ class IpGenAddr {
 
    std::string stringValue() const;
 
-   friend auto operator<=>( const IpGenAddr &, const IpGenAddr & ) = default;
-   friend bool operator==( const IpGenAddr &, const IpGenAddr & ) = default;
+   // Family, then the bytes as one 128-bit big-endian number: the order of
+   // comparing byte by byte, in two word compares.
+   friend std::strong_ordering operator<=>( const IpGenAddr & a, const IpGenAddr & b ) noexcept {
+      if ( a.family_ != b.family_ ) {
+         return a.family_ <=> b.family_;
+      }
+      if ( const auto high = a.word( 0 ) <=> b.word( 0 ); high != 0 ) {
+         return high;
+      }
+      return a.word( 1 ) <=> b.word( 1 );
+   }
+   friend bool operator==( const IpGenAddr & a, const IpGenAddr & b ) noexcept {
+      return a.family_ == b.family_ && a.word( 0 ) == b.word( 0 ) && a.word( 1 ) == b.word( 1 );
+   }
    friend std::ostream & operator<<( std::ostream & os, const IpGenAddr & a ) {
       return os << a.stringValue();
    }
    std::size_t hash() const noexcept;
 
  private:
+   // Bytes 8i..8i+7 as a big-endian number.
+   std::uint64_t word( unsigned i ) const noexcept {
+      std::uint64_t w;
+      std::memcpy( &w, bytes_.data() + 8 * i, sizeof w );
+      if constexpr ( std::endian::native == std::endian::little ) {
+         w = __builtin_bswap64( w );
+      }
+      return w;
+   }
+
    AddressFamily family_ = AddressFamily::none;
    // IPv4 in the first four bytes, network order.
    std::array< std::uint8_t, 16 > bytes_{};

@@ -31,8 +31,16 @@ class IpGenPrefix {
 
    std::string stringValue() const;
 
-   friend auto operator<=>( const IpGenPrefix &, const IpGenPrefix & ) = default;
-   friend bool operator==( const IpGenPrefix &, const IpGenPrefix & ) = default;
+   friend std::strong_ordering operator<=>( const IpGenPrefix & a,
+                                           const IpGenPrefix & b ) noexcept {
+      if ( const auto address = a.address_ <=> b.address_; address != 0 ) {
+         return address;
+      }
+      return a.length_ <=> b.length_;
+   }
+   friend bool operator==( const IpGenPrefix & a, const IpGenPrefix & b ) noexcept {
+      return a.address_ == b.address_ && a.length_ == b.length_;
+   }
    friend std::ostream & operator<<( std::ostream & os, const IpGenPrefix & p ) {
       return os << p.stringValue();
    }
