@@ -64,9 +64,12 @@ class TunnelId {
 
 } // namespace Tunnel::TunnelTable
 
+// Deliberately not noexcept: the standard library then keeps each node's hash
+// in the node, so walking a bucket or rehashing does not rerun the byte-wise
+// hash for every node it passes (it never throws).
 template<>
 struct std::hash< Tunnel::TunnelTable::TunnelId > {
-   std::size_t operator()( Tunnel::TunnelTable::TunnelId id ) const noexcept {
+   std::size_t operator()( Tunnel::TunnelTable::TunnelId id ) const {
       return id.hash();
    }
 };
