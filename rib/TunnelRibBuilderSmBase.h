@@ -71,7 +71,7 @@ class TunnelRibBuilderSmBase : public TableEntrySm {
       return isColored() ? tep : ColoredTunnelEndpoint( tep.tep() );
    }
    // The entry's endpoints as this RIB selects for them, in endpoint order.
-   std::vector< ColoredTunnelEndpoint > ribTeps( const EncapsulatedTableEntry & entry ) const;
+   ColoredTunnelEndpointList ribTeps( const EncapsulatedTableEntry & entry ) const;
 
    // --- Tunnel ids reported by the protocol reactors.
    void handleTunnelTableEntry( const TunnelId & tunnelId, TunnelTableIdentifier tunnelTableId,

@@ -61,8 +61,8 @@ bool preferenceCapable( TunnelType type ) {
 
 constexpr TunnelEntryPref unknownTypePref = 255;
 
-std::vector< ColoredTunnelEndpoint > tepsOf( const Vel::Ptr< ColoredTunnelEndpointSet > & set ) {
-   std::vector< ColoredTunnelEndpoint > teps;
+ColoredTunnelEndpointList tepsOf( const Vel::Ptr< ColoredTunnelEndpointSet > & set ) {
+   ColoredTunnelEndpointList teps;
    if ( set ) {
       teps.reserve( set->size() );
       for ( const auto & [ tep, present ] : set->coloredTep() ) {
@@ -111,15 +111,18 @@ EncapsulatedTableEntry TunnelRibBuilderSmBase::getEntry( TunnelId tunnelId ) con
    return EncapsulatedTableEntry::getEntry( tunnelId, tunnelTableEntities() );
 }
 
-std::vector< ColoredTunnelEndpoint >
+ColoredTunnelEndpointList
 TunnelRibBuilderSmBase::ribTeps( const EncapsulatedTableEntry & entry ) const {
-   std::vector< ColoredTunnelEndpoint > teps = tepsOf( entry.tunnelEndpointSet() );
+   ColoredTunnelEndpointList teps = entry.tunnelEndpoints();
    if ( !isColored() ) {
       // Colors of one prefix meet in one entry of a RIB keyed by prefix.
       for ( auto & tep : teps ) {
          tep = ribTep( tep );
       }
-      teps.erase( std::unique( teps.begin(), teps.end() ), teps.end() );
+      auto last = std::unique( teps.begin(), teps.end() );
+      while ( teps.end() != last ) {
+         teps.pop_back();
+      }
    }
    return teps;
 }
@@ -145,9 +148,9 @@ void TunnelRibBuilderSmBase::updateTunnelRibEntry( TunnelId tunnelId ) {
    }
    // Both lists come out of ordered sets, so they are sorted already.
    const auto known = tunnelIdToTepSet( tunnelId );
-   const std::vector< ColoredTunnelEndpoint > oldTeps = tepsOf( known ? known->tepSet() : nullptr );
-   const std::vector< ColoredTunnelEndpoint > newTeps =
-      contributes ? ribTeps( entry ) : std::vector< ColoredTunnelEndpoint >();
+   const ColoredTunnelEndpointList oldTeps = tepsOf( known ? known->tepSet() : nullptr );
+   const ColoredTunnelEndpointList newTeps =
+      contributes ? ribTeps( entry ) : ColoredTunnelEndpointList();
    if ( oldTeps.empty() && newTeps.empty() ) {
       VEL_TRACE( 8, " tunnel of type ", type, " and id ", tunnelId.index(),
                  " has no valid teps associated with it." );
@@ -159,7 +162,7 @@ void TunnelRibBuilderSmBase::updateTunnelRibEntry( TunnelId tunnelId ) {
       }
       return;
    }
-   std::vector< ColoredTunnelEndpoint > gone;
+   ColoredTunnelEndpointList gone;
    std::set_difference( oldTeps.begin(), oldTeps.end(), newTeps.begin(), newTeps.end(),
                         std::back_inserter( gone ) );
    for ( const auto & tep : gone ) {

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "platform/korvo/IpGenPrefix.h"
+#include "platform/vel/InlineVector.h"
 
 namespace Tunnel::TunnelTable {
 
@@ -58,6 +59,9 @@ class ColoredTunnelEndpoint {
    TunnelColor color_ = 0;
    bool colored_ = false;
 };
+
+// Endpoints in a sorted list: most tunnels serve one, so none allocates.
+using ColoredTunnelEndpointList = Vel::InlineVector< ColoredTunnelEndpoint, 2 >;
 
 } // namespace Tunnel::TunnelTable
 

@@ -1,5 +1,6 @@
 #include "types/EncapsulatedTableEntry.h"
 
+#include <algorithm>
 #include <sstream>
 
 namespace Tunnel::TunnelTable {
@@ -24,18 +25,30 @@ std::uint32_t EncapsulatedTableEntry::igpCostPref() const noexcept {
    }
 }
 
-Vel::Ptr< ColoredTunnelEndpointSet > EncapsulatedTableEntry::tunnelEndpointSet() const {
+ColoredTunnelEndpointList EncapsulatedTableEntry::tunnelEndpoints() const {
    std::optional< TunnelColor > color;
    if ( tunnelId_.tunnelType() == TunnelType::srTePolicyTunnel ) {
       color = srTePolicyEntry_.color();
    } else if ( tunnelId_.tunnelType() == TunnelType::rsvpLerTunnel ) {
       color = rsvpLerEntry_.color();
    }
-   auto teps = Vel::make< ColoredTunnelEndpointSet >();
+   ColoredTunnelEndpointList teps;
    for ( unsigned i = 0; i < entry_.endpointCount(); ++i ) {
       const auto & tep = entry_.endpoint( i );
-      teps->coloredTepIs( color ? ColoredTunnelEndpoint( tep, *color )
-                                : ColoredTunnelEndpoint( tep ) );
+      const ColoredTunnelEndpoint colored =
+         color ? ColoredTunnelEndpoint( tep, *color ) : ColoredTunnelEndpoint( tep );
+      const auto at = std::lower_bound( teps.begin(), teps.end(), colored );
+      if ( at == teps.end() || *at != colored ) {
+         teps.insert( at, colored );
+      }
+   }
+   return teps;
+}
+
+Vel::Ptr< ColoredTunnelEndpointSet > EncapsulatedTableEntry::tunnelEndpointSet() const {
+   auto teps = Vel::make< ColoredTunnelEndpointSet >();
+   for ( const auto & tep : tunnelEndpoints() ) {
+      teps->coloredTepIs( tep );
    }
    return teps;
 }

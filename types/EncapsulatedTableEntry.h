@@ -69,9 +69,22 @@ class EncapsulatedTableEntry {
    // color for an SR-TE policy, with the RSVP LER entry's color when it has
    // one, uncolored otherwise.
    Vel::Ptr< ColoredTunnelEndpointSet > tunnelEndpointSet() const;
+   // The same endpoints as a sorted list without duplicates, built without
+   // allocation for the common one or two.
+   ColoredTunnelEndpointList tunnelEndpoints() const;
 
    // True when the entry holds more than its tunnel id.
-   explicit operator bool() const { return *this != EncapsulatedTableEntry( tunnelId_ ); }
+   explicit operator bool() const {
+      // Field by field against one shared empty value: a found entry differs
+      // at once in its generic part, and nothing is built to compare.
+      static const EncapsulatedTableEntry empty;
+      return !( entry_ == empty.entry_ && bgpLuEntry_ == empty.bgpLuEntry_ &&
+                srEntry_ == empty.srEntry_ && ldpEntry_ == empty.ldpEntry_ &&
+                rsvpLerEntry_ == empty.rsvpLerEntry_ && staticEntry_ == empty.staticEntry_ &&
+                nexthopGroupEntry_ == empty.nexthopGroupEntry_ &&
+                srTePolicyEntry_ == empty.srTePolicyEntry_ &&
+                flexAlgoEntry_ == empty.flexAlgoEntry_ );
+   }
    friend bool operator==( const EncapsulatedTableEntry &,
                            const EncapsulatedTableEntry & ) = default;
 

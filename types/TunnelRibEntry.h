@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/korvo/IpGenPrefix.h"
+#include "platform/vel/InlineVector.h"
 #include "types/ColoredTunnelEndpoint.h"
 #include "types/TunnelEntryPref.h"
 #include "types/TunnelId.h"
@@ -84,7 +85,8 @@ class TunnelRibEntry {
 
  private:
    ColoredTunnelEndpoint coloredTep_;
-   std::vector< TunnelId > tunnelId_;
+   // Most entries hold one or two ids: no allocation to copy one.
+   Vel::InlineVector< TunnelId, 2 > tunnelId_;
    TunnelEntryPref pref_;
    std::uint32_t m_ = 0;
    std::uint32_t metricType_ = 0;

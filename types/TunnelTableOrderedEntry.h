@@ -13,7 +13,7 @@ namespace Tunnel::TunnelTable {
 // the first is the best.
 class TunnelTableOrderedEntry : public Vel::PtrInterface {
  public:
-   using Coll = Vel::OrderedCollection< TunnelTableEntry, bool >;
+   using Coll = Vel::SmallOrderedCollection< TunnelTableEntry, bool >;
 
    explicit TunnelTableOrderedEntry( const ColoredTunnelEndpoint & coloredTep )
          : coloredTep_( coloredTep ) {}

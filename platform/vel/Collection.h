@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/vel/FlatMap.h"
 #include "platform/vel/Reactor.h"
 
 namespace Vel {
@@ -100,6 +101,11 @@ class Collection {
 
 template< class K, class V, class Less = std::less< K > >
 using OrderedCollection = Collection< K, V, std::map< K, V, Less > >;
+
+// An ordered collection for the many small ones of a large table: no node
+// per element, and references do not survive a change.
+template< class K, class V, class Less = std::less< K > >
+using SmallOrderedCollection = Collection< K, V, FlatMap< K, V, Less > >;
 
 template< class K, class V, class Hash = std::hash< K > >
 using HashCollection = Collection< K, V, std::unordered_map< K, V, Hash > >;
