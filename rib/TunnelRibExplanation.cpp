@@ -163,6 +163,11 @@ EndpointExplanation explainEndpoint( const TunnelRibSm & ribSm, const ColoredTun
       }
       for ( const auto & [ candidate, present ] : *ordered ) {
          const TunnelId id = candidate.tunnelId();
+         // A tunnel republished with other endpoints or another instance at
+         // the same preference may stay a candidate twice: it is told once.
+         if ( std::find( candidateIds.begin(), candidateIds.end(), id ) != candidateIds.end() ) {
+            continue;
+         }
          const EncapsulatedTableEntry entry = EncapsulatedTableEntry::getEntry( id, everyTable );
          CandidateExplanation explained = describe( ribSm, entry, id );
          // The candidate competes with the preference it was ranked by.

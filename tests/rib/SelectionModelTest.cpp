@@ -5,6 +5,7 @@
 #include <random>
 #include <set>
 
+#include "EndpointExplanationCheck.h"
 #include "RibWorld.h"
 
 // Random churn over protocol tables and tunnel RIBs, every drain checked
@@ -211,6 +212,9 @@ struct ModelTest : ::testing::Test {
          }
          ASSERT_EQ( actual, expected );
          checkBuilder( rib.name, id );
+         checkEndpointExplanations(
+            world, rib.name,
+            { model.entries, model.unprogrammable, model.described, rib.tables } );
       }
       // The system RIB also keeps, per type, every contributing tunnel per tep.
       std::map< TunnelType, std::map< Key, Ids > > perType;
