@@ -1,6 +1,7 @@
 #include "tools/tunnelsim/ExplainPrinter.h"
 
 #include <array>
+#include <set>
 #include <sstream>
 #include <utility>
 
@@ -119,9 +120,17 @@ std::string lowerTunnelText( TunnelId upper, const LowerTunnelFinding & finding 
    const std::string lower = finding.tunnelId.stringValue();
    switch ( finding.state ) {
    case LowerTunnelState::resolved: {
-      std::string text = "resolved over " + lower;
+      if ( finding.stacksTooDeep.empty() ) {
+         return "resolved over " + lower;
+      }
+      std::string text = "over " + lower + ", " +
+                         std::to_string( finding.stacksTooDeep.size() ) + " of the merged stacks " +
+                         "did not fit:";
+      std::set< std::pair< unsigned, unsigned > > told;
       for ( const auto & depths : finding.stacksTooDeep ) {
-         text += "; a stack did not fit (" + stackText( depths ) + ")";
+         if ( told.insert( depths ).second ) {
+            text += ( told.size() > 1 ? "; " : " " ) + stackText( depths );
+         }
       }
       return text;
    }
@@ -348,7 +357,9 @@ Json candidateJson( const Explanation & explanation, const EndpointExplanation &
    json[ "ownPreference" ] = candidate.ownPreference.value();
    json[ "preference" ] = candidate.preference ? Json( candidate.preference->value() ) : Json();
    json[ "preferenceSource" ] =
-      candidate.preferenceSource == PreferenceSource::configured ? "configured" : "own";
+      !candidate.preference ? Json()
+      : candidate.preferenceSource == PreferenceSource::configured ? Json( "configured" )
+                                                                    : Json( "own" );
    json[ "defaultPreference" ] = candidate.defaultPreference.value();
    json[ "fate" ] = fateName( candidate.fate );
    const CandidateExplanation * winner = endpoint.winner();
@@ -362,6 +373,12 @@ Json candidateJson( const Explanation & explanation, const EndpointExplanation &
    }
    if ( candidate.fate == CandidateFate::notInRib ) {
       json[ "reason" ] = exclusionName( candidate.exclusion );
+   }
+   if ( candidate.exclusion == ExclusionReason::unprogrammable ) {
+      auto fib = explanation.unprogrammable.find( candidate.tunnelId );
+      json[ "fibReason" ] = fib != explanation.unprogrammable.end()
+                               ? Json( unprogrammableText( fib->second ) )
+                               : Json();
    }
    json[ "why" ] = fateText( explanation, endpoint, candidate );
    return json;
@@ -506,8 +523,11 @@ void tunnelText( const Explanation & explanation, std::string & out ) {
             flags += std::string( "\n  " ) + flagName( flag ) + ": " + meaning;
          }
       }
-      out += "last via calculation: " + ( flags.empty() ? std::string( "no flags" ) : flags ) +
+      out += "last via calculation:" + ( flags.empty() ? std::string( " no flags" ) : flags ) +
              ( fib->lastViaCalculation.deferred ? "\n  the update was deferred" : "" ) + "\n";
+      if ( !fib->lowerTunnels.empty() ) {
+         out += "lower tunnels:\n";
+      }
       for ( const LowerTunnelFinding & finding : fib->lowerTunnels ) {
          out += "  " + lowerTunnelText( id, finding ) + "\n";
       }

@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include "platform/vel/RangeException.h"
 #include "tools/tunnelsim/TableKind.h"
 #include "tools/tunnelsim/ValueReaders.h"
 
@@ -38,6 +39,15 @@ std::optional< Question > readQuestion( const JsonValue & step ) {
       }
       if ( auto color = object.get( "color" ) ) {
          color->fail( "no color for a tunnel: a color qualifies an endpoint prefix" );
+      }
+      std::optional< TunnelId > id;
+      try {
+         id = TunnelId::parse( text );
+      } catch ( const Vel::RangeException & ) {
+      }
+      if ( !id ) {
+         target.fail( "an endpoint prefix such as \"10.0.0.2/32\" or a tunnel id such as "
+                      "\"ldp:1\"" );
       }
       question.kind = Question::Kind::tunnel;
       question.tunnel = readTableTunnelId( target );

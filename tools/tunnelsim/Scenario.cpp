@@ -465,7 +465,8 @@ Scenario readScenario( const JsonValue & document ) {
       for ( const JsonValue & step : script->elements( "a script: a list of steps" ) ) {
          scenario.script.push_back( readStep( step, scenario.tunnelFib ) );
          Step::Kind kind = scenario.script.back().kind;
-         scenario.printsAnything |= kind == Step::Kind::print || kind == Step::Kind::dump;
+         scenario.printsAnything |= kind == Step::Kind::print || kind == Step::Kind::dump ||
+                                    kind == Step::Kind::explain || kind == Step::Kind::graph;
       }
    }
    return scenario;
