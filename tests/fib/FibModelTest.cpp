@@ -5,6 +5,7 @@
 
 #include "tests/fib/FibModel.h"
 #include "tests/fib/FibWorld.h"
+#include "tests/fib/TunnelExplanationCheck.h"
 
 // Random graphs of tunnels over tunnels under churn, every drain compared
 // with the recursive flattening of what the producers published.
@@ -276,6 +277,7 @@ struct FibModelTest : FibAgent, ::testing::TestWithParam< unsigned > {
          ids.insert( id );
       }
       for ( TunnelId id : ids ) {
+         FibTest::checkTunnelExplanation( *sm, id );
          const Outcome actual = actualOutcome( agent, id );
          if ( !cyclic.count( id ) ) {
             ASSERT_EQ( actual, model.expected( id ) ) << id;
@@ -292,6 +294,7 @@ struct FibModelTest : FibAgent, ::testing::TestWithParam< unsigned > {
       for ( const auto & [ upper, beneath ] : sm->resolvedByTunnels() ) {
          ASSERT_FALSE( beneath.has( upper ) ) << upper << " resolved over itself";
       }
+      FibTest::checkTunnelGraph( *sm );
       checkEncapBookkeeping();
    }
 
