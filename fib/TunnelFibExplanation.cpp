@@ -28,8 +28,10 @@ bool has( const TunnelFibSm::DependencyMap & map, TunnelId key, TunnelId member 
 
 std::vector< TunnelId > members( const TunnelFibSm::DependencyMap & map, TunnelId key ) {
    auto found = map.find( key );
-   return found == map.end() ? std::vector< TunnelId >()
-                             : std::vector< TunnelId >( found->second.begin(), found->second.end() );
+   if ( found == map.end() ) {
+      return {};
+   }
+   return std::vector< TunnelId >( found->second.begin(), found->second.end() );
 }
 
 // The primary vias a table entry hands the via calculation, entry kind by
@@ -183,10 +185,11 @@ LowerTunnelFinding findLowerTunnel( const TunnelFibSm & sm, TunnelId upper, Tunn
    } else if ( sm.tunnelFibEntryMarkedUnprocessed( lower ) && sm.tunnelForReview( lower ) ) {
       finding.state = LowerTunnelState::notReady;
    } else if ( !entry || entry->tunnelVia().empty() ) {
-      finding.state = !sm.tunnelTableEntryHas( lower )          ? LowerTunnelState::missing
-                      : !sm.tunnelContributesToTunnelFib( lower ) ? LowerTunnelState::notContributing
-                      : sm.tunnelForReview( lower )              ? LowerTunnelState::notReady
-                                                                 : LowerTunnelState::unprogrammable;
+      using State = LowerTunnelState;
+      finding.state = !sm.tunnelTableEntryHas( lower )            ? State::missing
+                      : !sm.tunnelContributesToTunnelFib( lower ) ? State::notContributing
+                      : sm.tunnelForReview( lower )               ? State::notReady
+                                                                  : State::unprogrammable;
    } else {
       for ( const MplsVia & via : upperVias ) {
          if ( lowerTunnelOf( sm, upper, via.via() ) != lower ) {
@@ -331,8 +334,8 @@ TunnelGraph tunnelGraph( const TunnelFibSm & sm, std::optional< TunnelId > focus
       graph.nodes.push_back( { id, stateOf( sm, id ), reaches( id, id ) } );
    }
    for ( const auto & [ upper, lower ] : edges ) {
-      graph.edges.push_back(
-         { upper, lower, upper == lower || reaches( lower, upper ), closesCycle( sm, upper, lower ) } );
+      const bool inCycle = upper == lower || reaches( lower, upper );
+      graph.edges.push_back( { upper, lower, inCycle, closesCycle( sm, upper, lower ) } );
    }
    return graph;
 }

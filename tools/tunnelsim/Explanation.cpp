@@ -27,7 +27,8 @@ void explainEndpoint( const Tunnel::TunnelAgent & agent, Explanation & result ) 
                                                explainTunnel( *fibSm, candidate.tunnelId ) );
          }
       }
-      result.ribs.push_back( { id, ribSm->tunnelRibConfig()->name().text(), std::move( endpoint ) } );
+      result.ribs.push_back(
+         { id, ribSm->tunnelRibConfig()->name().text(), std::move( endpoint ) } );
    }
 }
 

@@ -32,8 +32,9 @@ std::optional< Question > readQuestion( const JsonValue & step ) {
          question.kind = Question::Kind::endpoint;
          question.endpoint = ColoredTunnelEndpoint( *prefix );
          if ( auto color = object.get( "color" ) ) {
-            question.endpoint = ColoredTunnelEndpoint(
-               *prefix, TunnelColor( color->unsignedNumber( std::numeric_limits< TunnelColor >::max() ) ) );
+            constexpr auto maxColor = std::numeric_limits< TunnelColor >::max();
+            question.endpoint =
+               ColoredTunnelEndpoint( *prefix, TunnelColor( color->unsignedNumber( maxColor ) ) );
          }
          return question;
       }
