@@ -84,24 +84,27 @@ int main( int argc, char ** argv ) {
       options.yieldAfter = yieldAfter;
    }
    // The command line's questions are read as the steps that ask them.
+   std::string option;
    try {
       for ( const std::string & target : explainTargets ) {
+         option = "--explain " + target;
          Json step = { { "explain", target } };
          if ( color ) {
             step[ "color" ] = *color;
          }
-         options.lastState.push_back( *readQuestion( JsonValue( step, "--explain" ) ) );
+         options.lastState.push_back( *readQuestion( JsonValue( step, "$" ) ) );
       }
       if ( !graph.empty() ) {
          options.graph =
             graph == "svg" ? RunOptions::GraphFormat::svg : RunOptions::GraphFormat::dot;
          if ( !graphTunnel.empty() ) {
+            option = "--graph-tunnel " + graphTunnel;
             Json step = { { "graph", "dot" }, { "tunnel", graphTunnel } };
-            options.graphTunnel = readQuestion( JsonValue( step, "--graph-tunnel" ) )->tunnel;
+            options.graphTunnel = readQuestion( JsonValue( step, "$" ) )->tunnel;
          }
       }
    } catch ( const ScenarioError & e ) {
-      std::cerr << "tunnelsim: " << e.what() << "\n";
+      std::cerr << "tunnelsim: " << option << ": " << e.problem() << "\n";
       return exitUsage;
    }
    Runner runner( options, std::cout, std::cerr );
