@@ -2,6 +2,8 @@
 # make test  builds and runs the suite twice: plain with g++, and under ASan +
 #            UBSan with clang, so that both compilers keep the build clean
 # make bench builds in Release and prints the scale benchmark's table
+# make docs  installs Graphviz and renders the example network's tunnel graph
+#            into docs/network.svg
 JOBS ?= $(shell nproc)
 BUILD ?= build
 BENCH_BUILD ?= build-release
@@ -9,7 +11,7 @@ SAN_BUILD ?= build-san
 SAN_CXX ?= clang++
 CMAKE_FLAGS ?=
 
-.PHONY: all deps build build-san run test test-plain test-san bench clean
+.PHONY: all deps build build-san run test test-plain test-san bench docs clean
 
 all: build
 
@@ -45,6 +47,14 @@ bench: deps
 	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=Release $(CMAKE_FLAGS) > /dev/null
 	cmake --build $(BENCH_BUILD) -j $(JOBS) --target tunnel_scale tunnel_bench
 	$(BENCH_BUILD)/tools/bench/tunnel_scale
+
+# The picture in docs/why.md, from the graph examples/network.graph.out shows.
+docs:
+	@tools/install-deps --docs
+	@cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo $(CMAKE_FLAGS) > /dev/null
+	@cmake --build $(BUILD) -j $(JOBS) --target tunnelsim > $(BUILD)/docs-build.log 2>&1 \
+	   || { cat $(BUILD)/docs-build.log; exit 1; }
+	$(BUILD)/tools/tunnelsim/tunnelsim examples/network.json --graph svg > docs/network.svg
 
 clean:
 	rm -rf $(BUILD) $(SAN_BUILD) $(BENCH_BUILD)

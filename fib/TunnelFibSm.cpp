@@ -329,9 +329,16 @@ void TunnelFibSm::updateTunnelFibEntry( const TunnelId & tunnelId ) {
    lowerTunnelsNotReady_.clear();
    const TunnelFibCalcResult result = calculateTunnelFibEntryVias( *this, consFibEntry );
    const bool usable = !result.tunnelTableEntryDeleted && result.tunnelContributing;
+   const bool deferred = usable && result.viaResult.has( TunnelFibViaCalcResult::recTunNotReady ) &&
+                         consFibEntry.viaInfos() == 0;
+   if ( !result.viaResult.none() ) {
+      lastViaCalcFlags_[ tunnelId ] =
+         std::uint8_t( result.viaResult.value() | ( deferred ? deferredBit : 0 ) );
+   } else if ( !lastViaCalcFlags_.empty() ) {
+      lastViaCalcFlags_.erase( tunnelId );
+   }
 
-   if ( usable && result.viaResult.has( TunnelFibViaCalcResult::recTunNotReady ) &&
-        consFibEntry.viaInfos() == 0 ) {
+   if ( deferred ) {
       VEL_TRACE( 8, tunnelId, " update is being deferred." );
       // The old entry stays, and so does what it rests on, until the lower
       // tunnels it waits for are computed and bring it back.
@@ -401,6 +408,15 @@ void TunnelFibSm::removeStaleEntries() {
          tunnelFibWriter_->deleteFibEntry( id );
       }
    } );
+}
+
+TunnelFibSm::LastViaCalculation TunnelFibSm::lastViaCalculation( TunnelId tunnelId ) const {
+   auto found = lastViaCalcFlags_.find( tunnelId );
+   if ( found == lastViaCalcFlags_.end() ) {
+      return {};
+   }
+   return { TunnelFibViaCalcResult( std::uint8_t( found->second & ~deferredBit ) ),
+            ( found->second & deferredBit ) != 0 };
 }
 
 // --- Contribution and dependencies.

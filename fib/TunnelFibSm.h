@@ -138,6 +138,15 @@ class TunnelFibSm : public Vel::PtrInterface {
    // be deferred, the lower tunnel's computation brings it back.
    void lowerTunnelNotReadyIs( TunnelId lower ) { lowerTunnelsNotReady_.push_back( lower ); }
 
+   // What the tunnel's last via calculation reported, for explanations: its
+   // flags and whether its update was deferred. Only tunnels whose last
+   // calculation raised a flag are kept, so healthy tunnels cost nothing.
+   struct LastViaCalculation {
+      TunnelFibViaCalcResult flags;
+      bool deferred = false;
+   };
+   LastViaCalculation lastViaCalculation( TunnelId tunnelId ) const;
+
    // The tables, null while not published.
    const Vel::PtrConst< BgpLuTunnelTable > & bgpLuTable() const noexcept { return bgpLuTable_; }
    const Vel::PtrConst< BgpLuPushTunnelTable > & bgpLuPushTable() const noexcept {
@@ -252,6 +261,9 @@ class TunnelFibSm : public Vel::PtrInterface {
    // being computed found not ready.
    std::unordered_set< TunnelId > lowerTunnelAwaited_;
    std::vector< TunnelId > lowerTunnelsNotReady_;
+   // Per tunnel with flags: the flags, with deferredBit when deferred.
+   static constexpr std::uint8_t deferredBit = 0x80;
+   std::unordered_map< TunnelId, std::uint8_t > lastViaCalcFlags_;
    std::uint64_t tunnelFibUpdateCounter_ = 0;
    std::uint64_t tunnelFibComputeCounter_ = 0;
 

@@ -5,6 +5,7 @@
 
 #include "tests/fib/FibModel.h"
 #include "tests/fib/FibWorld.h"
+#include "tests/fib/TunnelExplanationCheck.h"
 
 // Random graphs of tunnels over tunnels under churn, every drain compared
 // with the recursive flattening of what the producers published.
@@ -116,6 +117,7 @@ struct FibModelTest : FibAgent, ::testing::TestWithParam< unsigned > {
    // type has no table the FIB reads.
    const std::vector< TunnelId > unpublished = { TunnelId( TunnelType::ldpTunnel, 9 ),
                                                  TunnelId( TunnelType::srTePolicyTunnel, 1 ) };
+   unsigned checks = 0;
 
    void SetUp() override {
       rng.seed( GetParam() );
@@ -275,7 +277,11 @@ struct FibModelTest : FibAgent, ::testing::TestWithParam< unsigned > {
       for ( const auto & [ id, listed ] : agent.unprogrammable->entry() ) {
          ids.insert( id );
       }
+      const bool explain = ++checks % FibTest::explanationCheckStride == 0;
       for ( TunnelId id : ids ) {
+         if ( explain ) {
+            FibTest::checkTunnelExplanation( *sm, id );
+         }
          const Outcome actual = actualOutcome( agent, id );
          if ( !cyclic.count( id ) ) {
             ASSERT_EQ( actual, model.expected( id ) ) << id;
@@ -291,6 +297,9 @@ struct FibModelTest : FibAgent, ::testing::TestWithParam< unsigned > {
       }
       for ( const auto & [ upper, beneath ] : sm->resolvedByTunnels() ) {
          ASSERT_FALSE( beneath.has( upper ) ) << upper << " resolved over itself";
+      }
+      if ( explain ) {
+         FibTest::checkTunnelGraph( *sm );
       }
       checkEncapBookkeeping();
    }

@@ -5,6 +5,7 @@
 #include <random>
 #include <set>
 
+#include "EndpointExplanationCheck.h"
 #include "RibWorld.h"
 
 // Random churn over protocol tables and tunnel RIBs, every drain checked
@@ -96,6 +97,7 @@ struct ModelTest : ::testing::Test {
    Model model;
    std::mt19937 rng;
    std::vector< RibDef > ribs;
+   unsigned checks = 0;
 
    void SetUp() override {
       const char * seed = std::getenv( "TUNNEL_MODEL_SEED" );
@@ -189,6 +191,7 @@ struct ModelTest : ::testing::Test {
    }
 
    void checkRibs() {
+      ++checks;
       for ( const auto & rib : ribs ) {
          SCOPED_TRACE( rib.name.text() );
          const TunnelRibId id = world.idOf( rib.name );
@@ -211,6 +214,11 @@ struct ModelTest : ::testing::Test {
          }
          ASSERT_EQ( actual, expected );
          checkBuilder( rib.name, id );
+         if ( checks % explanationCheckStride == 0 ) {
+            checkEndpointExplanations(
+               world, rib.name,
+               { model.entries, model.unprogrammable, model.described, rib.tables } );
+         }
       }
       // The system RIB also keeps, per type, every contributing tunnel per tep.
       std::map< TunnelType, std::map< Key, Ids > > perType;

@@ -13,6 +13,9 @@
 #include "platform/vel/RangeException.h"
 #include "platform/vel/Trace.h"
 #include "agent/TunnelAgent.h"
+#include "tools/tunnelsim/ExplainPrinter.h"
+#include "tools/tunnelsim/Explanation.h"
+#include "tools/tunnelsim/GraphPrinter.h"
 #include "tools/tunnelsim/JsonParse.h"
 #include "tools/tunnelsim/JsonPrint.h"
 #include "tools/tunnelsim/ScenarioError.h"
@@ -143,6 +146,8 @@ void Runner::apply( Tunnel::TunnelAgent & agent, const Step & step ) const {
       break;
    case Step::Kind::print:
    case Step::Kind::dump:
+   case Step::Kind::explain:
+   case Step::Kind::graph:
       break;
    }
 }
@@ -181,18 +186,38 @@ int Runner::play( const std::string & file ) {
    }
    Tunnel::TunnelAgent agent( Tunnel::TunnelAgent::Options{ scenario->tunnelFib } );
    configure( agent );
+   // Questions about the last state replace what the script prints.
+   const bool lastStateOnly = !options_.lastState.empty() || options_.graph;
    Json snapshots = Json::array();
+   Json explanations = Json::array();
+   auto separator = [ & ] { return snapshots.empty() && explanations.empty() ? "" : "\n"; };
    auto emit = [ & ]( const Snapshot & snapshot ) {
+      if ( lastStateOnly ) {
+         return;
+      }
       if ( options_.format == Format::table ) {
-         out_ << ( snapshots.empty() ? "" : "\n" ) << snapshotTable( snapshot ) << std::flush;
+         out_ << separator() << snapshotTable( snapshot ) << std::flush;
       }
       snapshots.push_back( snapshotJson( snapshot ) );
    };
+   auto answer = [ & ]( const Step * step, const Question & question ) {
+      Explanation explanation = explain( agent, question );
+      explanation.step = step ? step->path : "";
+      if ( options_.format == Format::table ) {
+         out_ << separator() << explanationText( explanation ) << std::flush;
+      }
+      explanations.push_back( explanationJson( explanation ) );
+   };
    auto stop = [ & ]( const std::string & where, const std::string & reason ) {
       err_ << file << ": " << where << ": stopped: " << reason << "\n";
-      if ( options_.format == Format::json ) {
+      if ( options_.format == Format::json && !options_.graph ) {
          Json document = Json::object();
-         document[ "snapshots" ] = std::move( snapshots );
+         if ( !lastStateOnly ) {
+            document[ "snapshots" ] = std::move( snapshots );
+         }
+         if ( !explanations.empty() ) {
+            document[ "explanations" ] = std::move( explanations );
+         }
          document[ "stopped" ] = Json{ { "step", where }, { "reason", reason } };
          out_ << prettyJson( document ) << "\n";
       }
@@ -213,6 +238,28 @@ int Runner::play( const std::string & file ) {
       if ( step.kind == Step::Kind::print || step.kind == Step::Kind::dump ) {
          emit( snapshotAt( agent, &step ) );
       }
+      if ( !lastStateOnly &&
+           ( step.kind == Step::Kind::explain || step.kind == Step::Kind::graph ) ) {
+         answer( &step, step.question );
+      }
+   }
+   if ( lastStateOnly ) {
+      if ( auto failure = guarded( [ & ] { agent.scheduler->runUntilIdle(); } ) ) {
+         stop( "$", *failure );
+      }
+      if ( options_.graph ) {
+         return answerLastState( agent, file );
+      }
+      for ( const Question & question : options_.lastState ) {
+         answer( nullptr, question );
+      }
+      if ( options_.format == Format::json ) {
+         Json document = Json::object();
+         document[ "explanations" ] = std::move( explanations );
+         document[ "stopped" ] = Json();
+         out_ << prettyJson( document ) << "\n";
+      }
+      return exitOk;
    }
    if ( !scenario->printsAnything ) {
       if ( auto failure = guarded( [ & ] { agent.scheduler->runUntilIdle(); } ) ) {
@@ -223,8 +270,42 @@ int Runner::play( const std::string & file ) {
    if ( options_.format == Format::json ) {
       Json document = Json::object();
       document[ "snapshots" ] = std::move( snapshots );
+      // Only scenarios that ask anything carry the member.
+      if ( !explanations.empty() ) {
+         document[ "explanations" ] = std::move( explanations );
+      }
       document[ "stopped" ] = Json();
       out_ << prettyJson( document ) << "\n";
+   }
+   return exitOk;
+}
+
+int Runner::answerLastState( const Tunnel::TunnelAgent & agent, const std::string & file ) {
+   if ( !agent.tunnelFibEnabled() ) {
+      err_ << file << ": no graph: the scenario runs without the tunnel FIB\n";
+      return exitMalformed;
+   }
+   Question question;
+   question.kind = Question::Kind::graph;
+   question.tunnel = options_.graphTunnel;
+   const std::string dot = graphDot( explain( agent, question ).graph );
+   if ( *options_.graph == RunOptions::GraphFormat::dot ) {
+      out_ << dot << std::flush;
+      return exitOk;
+   }
+   // Graphviz writes the picture straight to our standard output.
+   out_.flush();
+   std::fflush( stdout );
+   FILE * render = popen( "dot -Tsvg", "w" );
+   if ( !render ) {
+      err_ << "cannot run Graphviz's dot: " << std::strerror( errno ) << "\n";
+      return exitUsage;
+   }
+   std::fwrite( dot.data(), 1, dot.size(), render );
+   const int status = pclose( render );
+   if ( status != 0 ) {
+      err_ << "Graphviz's dot failed to render the graph (is it installed?)\n";
+      return exitUsage;
    }
    return exitOk;
 }
@@ -261,6 +342,13 @@ int Runner::stream( const std::optional< std::string > & file, std::istream & in
       if ( step.kind == Step::Kind::print || step.kind == Step::Kind::dump ) {
          Json snapshot = snapshotJson( snapshotAt( agent, &step ) );
          write( Json{ { "line", line }, { "snapshot", std::move( snapshot ) } } );
+      }
+      if ( step.kind == Step::Kind::explain || step.kind == Step::Kind::graph ) {
+         Explanation explanation = explain( agent, step.question );
+         explanation.step = step.path;
+         Json json = explanationJson( explanation );
+         const char * key = step.kind == Step::Kind::graph ? "graph" : "explain";
+         write( Json{ { "line", line }, { key, std::move( json ) } } );
       }
    };
    auto finish = [ & ]( std::size_t line, const Snapshot & before ) {

@@ -5,8 +5,10 @@
 #include <iosfwd>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tools/tunnelsim/JsonValue.h"
+#include "tools/tunnelsim/Question.h"
 #include "tools/tunnelsim/Scenario.h"
 #include "tools/tunnelsim/Snapshot.h"
 
@@ -26,6 +28,13 @@ struct RunOptions {
    // Tasks end their slice after this many units of work; when absent they
    // never yield, so every run slices its work the same way.
    std::optional< std::uint64_t > yieldAfter;
+   // Questions about the state the script leaves, answered instead of its
+   // prints: explanations in the output format, or the graph alone.
+   std::vector< Question > lastState;
+   enum class GraphFormat { dot, svg };
+   std::optional< GraphFormat > graph;
+   // Limits the graph to what this tunnel rests on and what rests on it.
+   std::optional< Tunnel::TunnelTable::TunnelId > graphTunnel;
 };
 
 // Exit statuses of tunnelsim.
@@ -55,6 +64,8 @@ class Runner {
    std::optional< std::string > guarded( const std::function< void() > & f ) const;
    void apply( Tunnel::TunnelAgent & agent, const Step & step ) const;
    Snapshot snapshotAt( const Tunnel::TunnelAgent & agent, const Step * step ) const;
+   // Answers the questions of the command line about the last state.
+   int answerLastState( const Tunnel::TunnelAgent & agent, const std::string & file );
    // After a failure the library may be half-way through a change, so it is
    // not torn down: the output is flushed and the process ends here.
    [[noreturn]] void abandon() const;

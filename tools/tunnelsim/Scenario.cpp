@@ -366,14 +366,14 @@ std::string stepVerbList() {
       list += ", " + std::string( verb.name );
    }
    return "\"run\", \"print\", \"dump\", \"stop\", \"start\", \"restart\", or an object with one "
-          "of the keys print, advance" +
+          "of the keys print, advance, explain, graph" +
           list;
 }
 
 } // namespace
 
 Step readStep( const JsonValue & value, bool tunnelFib ) {
-   Step step{ Step::Kind::run, value.path(), {}, {}, 0, {} };
+   Step step{ Step::Kind::run, value.path(), {}, {}, 0, {}, {} };
    if ( value.isString() ) {
       step.verb = value.string();
       for ( const auto & [ name, kind ] : plainVerbs ) {
@@ -386,6 +386,12 @@ Step readStep( const JsonValue & value, bool tunnelFib ) {
    }
    if ( !value.isObject() ) {
       value.fail( "a step: " + stepVerbList() );
+   }
+   if ( auto question = readQuestion( value ) ) {
+      step.kind = question->kind == Question::Kind::graph ? Step::Kind::graph : Step::Kind::explain;
+      step.verb = question->kind == Question::Kind::graph ? "graph" : "explain";
+      step.question = *question;
+      return step;
    }
    std::optional< JsonValue > argument;
    for ( const auto & [ key, member ] : value.members( "a step" ) ) {
@@ -459,7 +465,8 @@ Scenario readScenario( const JsonValue & document ) {
       for ( const JsonValue & step : script->elements( "a script: a list of steps" ) ) {
          scenario.script.push_back( readStep( step, scenario.tunnelFib ) );
          Step::Kind kind = scenario.script.back().kind;
-         scenario.printsAnything |= kind == Step::Kind::print || kind == Step::Kind::dump;
+         scenario.printsAnything |= kind == Step::Kind::print || kind == Step::Kind::dump ||
+                                    kind == Step::Kind::explain || kind == Step::Kind::graph;
       }
    }
    return scenario;

@@ -4,13 +4,14 @@
 #include <vector>
 
 #include "tools/tunnelsim/JsonValue.h"
+#include "tools/tunnelsim/Question.h"
 #include "tools/tunnelsim/TableKind.h"
 
 namespace TunnelSim {
 
 // One step of a script, checked and ready to apply.
 struct Step {
-   enum class Kind { change, run, advance, print, dump, stop, start, restart };
+   enum class Kind { change, run, advance, print, dump, stop, start, restart, explain, graph };
 
    Kind kind;
    // Where the step is written ("$.script[3]"), and its verb ("set").
@@ -22,6 +23,8 @@ struct Step {
    double seconds = 0;
    // The title of a print step; may be empty.
    std::string label;
+   // What an explain or graph step asks.
+   Question question;
 };
 
 // A scenario file, read whole and checked before anything is applied: the

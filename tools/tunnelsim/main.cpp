@@ -8,6 +8,7 @@
 
 #include "platform/vel/Assert.h"
 #include "tools/tunnelsim/Runner.h"
+#include "tools/tunnelsim/ScenarioError.h"
 
 int main( int argc, char ** argv ) {
    using namespace TunnelSim;
@@ -23,6 +24,10 @@ int main( int argc, char ** argv ) {
    bool protocolRibs = false;
    bool stream = false;
    bool check = false;
+   std::vector< std::string > explainTargets;
+   std::optional< std::uint32_t > color;
+   std::string graph;
+   std::string graphTunnel;
    app.add_option( "scenario", file, "The scenario file (JSON)" );
    app.add_option( "--format", format, "How snapshots are printed: json or table" )
       ->check( CLI::IsMember( { "json", "table" } ) );
@@ -38,6 +43,22 @@ int main( int argc, char ** argv ) {
                  "Read steps as JSON lines on stdin and write the RIB changes as JSON lines; "
                  "the scenario file, if given, sets up the start" );
    app.add_flag( "--check", check, "Only check that the scenario is well-formed" );
+   auto * explainOption = app.add_option(
+      "--explain", explainTargets,
+      "Explain an endpoint (a prefix) or a tunnel (an id) in the state the script leaves, "
+      "instead of printing; may be repeated" );
+   app.add_option( "--color", color, "The color of the endpoints --explain names" )
+      ->needs( explainOption );
+   auto * graphOption =
+      app.add_option( "--graph", graph,
+                      "Write the tunnel-over-tunnel graph of the state the script leaves, in "
+                      "Graphviz DOT or rendered as SVG (which needs Graphviz's dot), instead of "
+                      "printing" )
+         ->check( CLI::IsMember( { "dot", "svg" } ) )
+         ->excludes( explainOption );
+   app.add_option( "--graph-tunnel", graphTunnel,
+                   "Limit the graph to what this tunnel rests on and what rests on it" )
+      ->needs( graphOption );
    try {
       app.parse( argc, argv );
       if ( file.empty() && !stream ) {
@@ -61,6 +82,30 @@ int main( int argc, char ** argv ) {
    }
    if ( yieldAfter > 0 ) {
       options.yieldAfter = yieldAfter;
+   }
+   // The command line's questions are read as the steps that ask them.
+   std::string option;
+   try {
+      for ( const std::string & target : explainTargets ) {
+         option = "--explain " + target;
+         Json step = { { "explain", target } };
+         if ( color ) {
+            step[ "color" ] = *color;
+         }
+         options.lastState.push_back( *readQuestion( JsonValue( step, "$" ) ) );
+      }
+      if ( !graph.empty() ) {
+         options.graph =
+            graph == "svg" ? RunOptions::GraphFormat::svg : RunOptions::GraphFormat::dot;
+         if ( !graphTunnel.empty() ) {
+            option = "--graph-tunnel " + graphTunnel;
+            Json step = { { "graph", "dot" }, { "tunnel", graphTunnel } };
+            options.graphTunnel = readQuestion( JsonValue( step, "$" ) )->tunnel;
+         }
+      }
+   } catch ( const ScenarioError & e ) {
+      std::cerr << "tunnelsim: " << option << ": " << e.problem() << "\n";
+      return exitUsage;
    }
    Runner runner( options, std::cout, std::cerr );
    if ( check ) {
