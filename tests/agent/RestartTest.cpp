@@ -6,6 +6,7 @@
 
 #include "tests/agent/AgentInputs.h"
 #include "tests/agent/AgentOutputs.h"
+#include "UnderSanitizer.h"
 
 // The agent stopped anywhere, even inside a drain, its inputs changed while
 // it is down, and started again over the RIBs and FIB it left: once idle its
@@ -20,11 +21,7 @@ int seedCount() {
    if ( const char * env = std::getenv( "TUNNEL_RESTART_SEEDS" ) ) {
       return std::atoi( env );
    }
-#if defined( __SANITIZE_ADDRESS__ )
-   return 100;
-#else
-   return 500;
-#endif
+   return underSanitizer ? 100 : 500;
 }
 constexpr int restartsPerSeed = 5;
 

@@ -6,6 +6,7 @@
 #include "tests/fib/FibModel.h"
 #include "tests/fib/FibWorld.h"
 #include "tests/fib/TunnelExplanationCheck.h"
+#include "UnderSanitizer.h"
 
 // Random graphs of tunnels over tunnels under churn, every drain compared
 // with the recursive flattening of what the producers published.
@@ -19,11 +20,7 @@ int roundsPerSeed() {
    if ( const char * env = std::getenv( "TUNNEL_MODEL_ROUNDS" ) ) {
       return std::atoi( env );
    }
-#if defined( __SANITIZE_ADDRESS__ )
-   return 150;
-#else
-   return 500;
-#endif
+   return underSanitizer ? 150 : 500;
 }
 
 // Virtual seconds a drain may take before it counts as endless: a slice per

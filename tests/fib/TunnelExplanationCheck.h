@@ -8,6 +8,7 @@
 
 #include "fib/TunnelFibExplanation.h"
 #include "fib/TunnelFibSm.h"
+#include "UnderSanitizer.h"
 
 // Checks the explanation of a tunnel against the FIB once the machine is
 // idle: its state is where the FIB has it; each label-stack via is rebuilt
@@ -21,18 +22,7 @@ using namespace Tunnel::TunnelTable;
 
 // Explanations are checked at every drain, or at every eighth under the
 // sanitizers, where each costs as much as the drain's other checks together.
-// (g++ names the sanitizer with a macro, clang with a feature.)
-#if defined( __SANITIZE_ADDRESS__ )
-constexpr unsigned explanationCheckStride = 8;
-#elif defined( __has_feature )
-#if __has_feature( address_sanitizer )
-constexpr unsigned explanationCheckStride = 8;
-#else
-constexpr unsigned explanationCheckStride = 1;
-#endif
-#else
-constexpr unsigned explanationCheckStride = 1;
-#endif
+constexpr unsigned explanationCheckStride = underSanitizer ? 8 : 1;
 
 inline std::vector< Korvo::MplsLabel > labelsOf( const Korvo::MplsLabelOperation & op ) {
    std::vector< Korvo::MplsLabel > labels;

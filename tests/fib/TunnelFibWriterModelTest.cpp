@@ -8,17 +8,14 @@
 
 #include "fib/TunnelFibWriter.h"
 #include "tests/fib/FibValues.h"
+#include "UnderSanitizer.h"
 
 using namespace FibValues;
 using Tunnel::TunnelFib::TunnelFib;
 
 namespace {
 
-#if defined( __SANITIZE_ADDRESS__ )
-constexpr unsigned operationsPerSeed = 400;
-#else
-constexpr unsigned operationsPerSeed = 2000;
-#endif
+constexpr unsigned operationsPerSeed = underSanitizer ? 400 : 2000;
 constexpr unsigned tunnels = 24;
 
 // Few values of each kind, so that tunnels share encapsulations all the time.

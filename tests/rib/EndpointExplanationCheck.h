@@ -10,6 +10,7 @@
 
 #include "RibWorld.h"
 #include "rib/TunnelRibExplanation.h"
+#include "UnderSanitizer.h"
 
 // Checks the explanation of every endpoint of one RIB against the RIB and
 // against a plain statement of the rules: the explained winner and ECMP set
@@ -21,18 +22,7 @@ namespace RibTest {
 
 // Explanations are checked at every drain, or at every eighth under the
 // sanitizers, where each costs as much as the drain's other checks together.
-// (g++ names the sanitizer with a macro, clang with a feature.)
-#if defined( __SANITIZE_ADDRESS__ )
-constexpr unsigned explanationCheckStride = 8;
-#elif defined( __has_feature )
-#if __has_feature( address_sanitizer )
-constexpr unsigned explanationCheckStride = 8;
-#else
-constexpr unsigned explanationCheckStride = 1;
-#endif
-#else
-constexpr unsigned explanationCheckStride = 1;
-#endif
+constexpr unsigned explanationCheckStride = underSanitizer ? 8 : 1;
 
 struct ExplanationModel {
    const std::map< TunnelId, Published > & entries;

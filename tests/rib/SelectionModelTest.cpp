@@ -7,6 +7,7 @@
 
 #include "EndpointExplanationCheck.h"
 #include "RibWorld.h"
+#include "UnderSanitizer.h"
 
 // Random churn over protocol tables and tunnel RIBs, every drain checked
 // against a plain statement of the selection rule: per endpoint, the
@@ -20,11 +21,7 @@ namespace {
 // Thousands of operations in a second or two; fewer under the sanitizers.
 int operationCount() {
    const char * env = std::getenv( "TUNNEL_MODEL_OPS" );
-#if defined( __SANITIZE_ADDRESS__ )
-   return env ? std::atoi( env ) : 800;
-#else
-   return env ? std::atoi( env ) : 4000;
-#endif
+   return env ? std::atoi( env ) : underSanitizer ? 800 : 4000;
 }
 
 const std::vector< TunnelType > types = {
