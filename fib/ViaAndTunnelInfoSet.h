@@ -2,18 +2,20 @@
 
 #include <algorithm>
 #include <string>
-#include <vector>
 
 #include "fib/ViaAndTunnelInfo.h"
+#include "platform/vel/InlineVector.h"
 
 namespace Tunnel::TunnelTable {
 
 // A set of via records in record order, kept in one sorted array: an entry's
-// vias are few, built once and walked in order, so one allocation serves
-// them all and iteration order is the same however they were inserted.
+// vias are few, built once and walked in order, so the first lives inline,
+// the rest share one allocation, and iteration order is the same however
+// they were inserted.
 class ViaAndTunnelInfoSet {
  public:
-   using const_iterator = std::vector< ViaAndTunnelInfo >::const_iterator;
+   using Records = Vel::InlineVector< ViaAndTunnelInfo, 1 >;
+   using const_iterator = Records::const_iterator;
 
    // False when an identical record was already there.
    bool insert( const ViaAndTunnelInfo & info ) {
@@ -54,7 +56,7 @@ class ViaAndTunnelInfoSet {
    }
 
  private:
-   std::vector< ViaAndTunnelInfo > records_;
+   Records records_;
 };
 
 } // namespace Tunnel::TunnelTable

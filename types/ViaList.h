@@ -2,9 +2,10 @@
 
 #include <compare>
 #include <ostream>
+#include <stdexcept>
 #include <string>
-#include <vector>
 
+#include "platform/vel/InlineVector.h"
 #include "platform/vel/RangeException.h"
 
 namespace Tunnel::TunnelTable {
@@ -29,7 +30,12 @@ class ViaList {
 
    unsigned size() const noexcept { return static_cast< unsigned >( vias_.size() ); }
    bool empty() const noexcept { return vias_.empty(); }
-   const V & operator[]( ViaIndex i ) const { return vias_.at( i.value() ); }
+   const V & operator[]( ViaIndex i ) const {
+      if ( i.value() >= vias_.size() ) {
+         throw std::out_of_range( "ViaList index" );
+      }
+      return vias_[ i.value() ];
+   }
    // Appends; the 601st via raises the ViaIndex range error.
    void add( const V & via ) {
       ViaIndex::of( vias_.size() );
@@ -52,7 +58,8 @@ class ViaList {
    friend bool operator==( const ViaList &, const ViaList & ) = default;
 
  private:
-   std::vector< V > vias_;
+   // Nearly every tunnel has one via: copying an entry allocates nothing.
+   Vel::InlineVector< V, 1 > vias_;
 };
 
 } // namespace Tunnel::TunnelTable

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
@@ -93,8 +94,17 @@ class InlineVector {
    friend bool operator==( const InlineVector & a, const InlineVector & b ) {
       return std::equal( a.begin(), a.end(), b.begin(), b.end() );
    }
-   friend bool operator<( const InlineVector & a, const InlineVector & b ) {
-      return std::lexicographical_compare( a.begin(), a.end(), b.begin(), b.end() );
+   friend std::weak_ordering operator<=>( const InlineVector & a, const InlineVector & b ) {
+      const std::size_t common = std::min( a.size(), b.size() );
+      for ( std::size_t i = 0; i < common; ++i ) {
+         if ( a[ i ] < b[ i ] ) {
+            return std::weak_ordering::less;
+         }
+         if ( b[ i ] < a[ i ] ) {
+            return std::weak_ordering::greater;
+         }
+      }
+      return a.size() <=> b.size();
    }
 
  private:
