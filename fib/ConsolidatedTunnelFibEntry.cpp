@@ -1,6 +1,7 @@
 #include "fib/ConsolidatedTunnelFibEntry.h"
 
 #include <optional>
+#include <span>
 
 #include "platform/vel/Assert.h"
 
@@ -14,7 +15,7 @@ namespace {
 // vias are out of record order (or repeat one), where only the rebuilt set
 // can tell.
 std::optional< bool > sameInRecordOrder( const ViaAndTunnelInfoSet & records,
-                                         const TunnelFib::TunnelViaList & vias,
+                                         std::span< const TunnelFib::TunnelVia > vias,
                                          const TunnelFib::TunnelFib & tunnelFib ) {
    bool same = records.size() == vias.size();
    auto record = records.begin();

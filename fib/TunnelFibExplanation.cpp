@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <set>
+#include <span>
 
 #include "fib/TunnelTableEntryLookup.h"
 #include "platform/korvo/IntfId.h"
@@ -159,7 +160,7 @@ bool traceVia( const TunnelFibSm & sm, TunnelId tunnelId, const TunnelFib::Tunne
 }
 
 std::vector< ExplainedVia > explainVias( const TunnelFibSm & sm, TunnelId tunnelId,
-                                         const TunnelFib::TunnelViaList & vias, bool trace ) {
+                                         std::span< const TunnelFib::TunnelVia > vias, bool trace ) {
    std::vector< ExplainedVia > result;
    for ( const TunnelFib::TunnelVia & via : vias ) {
       ExplainedVia explained{ via, std::nullopt, {} };

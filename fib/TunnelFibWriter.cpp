@@ -42,13 +42,11 @@ TunnelFibWriter::TunnelFibWriter( Vel::Ptr< TunnelFib::TunnelFib > tunnelFib )
 
 void TunnelFibWriter::handleInitialized() {
    for ( const auto & [ tunnelId, entry ] : tunnelFib_->entry() ) {
-      for ( const auto * vias : { &entry.tunnelVia(), &entry.backupTunnelVia() } ) {
-         for ( const TunnelFib::TunnelVia & via : *vias ) {
-            if ( via.encapId().encapType() != EncapType::invalidEncap ) {
-               ++encapIdRefCount_[ via.encapId() ];
-            }
+      entry.forEachVia( [ this ]( const TunnelFib::TunnelVia & via ) {
+         if ( via.encapId().encapType() != EncapType::invalidEncap ) {
+            ++encapIdRefCount_[ via.encapId() ];
          }
-      }
+      } );
    }
    for ( const auto & [ id, record ] : tunnelFib_->labelStackEncap() ) {
       labelStackEncapSet_.insert_or_assign( record.info(), id );

@@ -11,7 +11,7 @@ namespace Tunnel::TunnelTable {
 // A set of endpoints, colored or not, in endpoint order.
 class ColoredTunnelEndpointSet : public Vel::PtrInterface {
  public:
-   using Coll = Vel::SmallOrderedCollection< ColoredTunnelEndpoint, Vel::Present >;
+   using Coll = Vel::SmallOrderedCollection< ColoredTunnelEndpoint, Vel::Present, 1 >;
 
    const Coll & coloredTep() const noexcept { return coloredTep_; }
    bool coloredTepHas( const ColoredTunnelEndpoint & tep ) const { return coloredTep_.has( tep ); }

@@ -24,12 +24,23 @@ class TunnelFibEntry {
    void tunnelViaIs( TunnelViaIndex i, const TunnelVia & via ) { tunnelVia_.viaIs( i, via ); }
    void tunnelViaDelAll() noexcept { tunnelVia_.delAll(); }
 
-   const TunnelViaList & backupTunnelVia() const noexcept { return backupTunnelVia_; }
+   const BackupTunnelViaList & backupTunnelVia() const noexcept { return backupTunnelVia_; }
    const TunnelVia & backupTunnelVia( TunnelViaIndex i ) const { return backupTunnelVia_[ i ]; }
    void backupTunnelViaIs( TunnelViaIndex i, const TunnelVia & via ) {
       backupTunnelVia_.viaIs( i, via );
    }
    void backupTunnelViaDelAll() noexcept { backupTunnelVia_.delAll(); }
+
+   // Every via, the primaries first, then the backups.
+   template< class F >
+   void forEachVia( F && f ) const {
+      for ( const TunnelVia & via : tunnelVia_ ) {
+         f( via );
+      }
+      for ( const TunnelVia & via : backupTunnelVia_ ) {
+         f( via );
+      }
+   }
 
    bool arePrimaryViasUsable() const noexcept { return arePrimaryViasUsable_; }
    void arePrimaryViasUsableIs( bool usable ) noexcept { arePrimaryViasUsable_ = usable; }
@@ -53,12 +64,12 @@ class TunnelFibEntry {
  private:
    TunnelTable::TunnelId tunnelId_;
    TunnelViaList tunnelVia_;
-   TunnelViaList backupTunnelVia_;
+   BackupTunnelViaList backupTunnelVia_;
    bool arePrimaryViasUsable_ = false;
    std::uint16_t seqNo_ = 0;
 };
 
-static_assert( sizeof( TunnelFibEntry ) == 240,
+static_assert( sizeof( TunnelFibEntry ) == 160,
                "TunnelFibEntry is held per tunnel: grow it on purpose" );
 
 } // namespace Tunnel::TunnelFib

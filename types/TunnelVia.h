@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/vel/InlineVector.h"
 #include "platform/vel/RangeException.h"
 #include "types/EncapId.h"
 #include "types/Via.h"
@@ -48,84 +49,45 @@ class TunnelVia {
 // Every FIB entry holds two (the first primary and the first backup via).
 static_assert( sizeof( TunnelVia ) == 80, "TunnelVia is held per tunnel: grow it on purpose" );
 
-// The vias of one list of a FIB entry, at most 600. Nearly every tunnel has
-// one via, so the first lives inside the entry and only further vias take
-// heap memory.
-class TunnelViaList {
+// The vias of one list of a FIB entry, at most 600, the first InlineVias of
+// them inside the entry and the rest on the heap.
+template< std::size_t InlineVias >
+class TunnelViaListOf {
  public:
    static constexpr unsigned maxSize = TunnelViaIndex::max + 1;
+   using const_iterator = const TunnelVia *;
 
-   class const_iterator {
-    public:
-      using iterator_category = std::forward_iterator_tag;
-      using value_type = TunnelVia;
-      using difference_type = std::ptrdiff_t;
-      using pointer = const TunnelVia *;
-      using reference = const TunnelVia &;
-
-      const_iterator() = default;
-      const_iterator( const TunnelViaList * list, unsigned index ) : list_( list ), index_( index ) {}
-      reference operator*() const { return list_->at( index_ ); }
-      pointer operator->() const { return &list_->at( index_ ); }
-      const_iterator & operator++() {
-         ++index_;
-         return *this;
-      }
-      const_iterator operator++( int ) {
-         const_iterator before = *this;
-         ++index_;
-         return before;
-      }
-      friend bool operator==( const const_iterator &, const const_iterator & ) = default;
-
-    private:
-      const TunnelViaList * list_ = nullptr;
-      unsigned index_ = 0;
-   };
-
-   unsigned size() const noexcept { return size_; }
-   bool empty() const noexcept { return size_ == 0; }
+   unsigned size() const noexcept { return static_cast< unsigned >( vias_.size() ); }
+   bool empty() const noexcept { return vias_.empty(); }
    // An index past the list raises the TunnelViaIndex range error.
    const TunnelVia & operator[]( TunnelViaIndex i ) const {
-      if ( i.value() >= size_ ) {
+      if ( i.value() >= size() ) {
          throw Vel::RangeException( TunnelViaIndex::rangeText() );
       }
-      return at( i.value() );
+      return vias_[ i.value() ];
    }
    // Sets the via at an index up to the current size; at the size it appends.
    void viaIs( TunnelViaIndex i, const TunnelVia & via ) {
-      if ( i.value() > size_ ) {
+      if ( i.value() > size() ) {
          throw Vel::RangeException( TunnelViaIndex::rangeText() );
       }
-      if ( i.value() == size_ ) {
-         if ( size_ > 0 ) {
-            more_.push_back( via );
-         } else {
-            first_ = via;
-         }
-         ++size_;
+      if ( i.value() == size() ) {
+         vias_.push_back( via );
       } else {
-         mutableAt( i.value() ) = via;
+         vias_[ i.value() ] = via;
       }
    }
    // Appends; the 601st via raises the TunnelViaIndex range error.
-   void add( const TunnelVia & via ) { viaIs( TunnelViaIndex::of( size_ ), via ); }
-   void delAll() noexcept {
-      first_ = TunnelVia();
-      more_.clear();
-      size_ = 0;
-   }
-   void reserve( unsigned count ) {
-      if ( count > 1 ) {
-         more_.reserve( count - 1 );
-      }
-   }
+   void add( const TunnelVia & via ) { viaIs( TunnelViaIndex::of( size() ), via ); }
+   void delAll() noexcept { vias_.clear(); }
+   void reserve( unsigned count ) { vias_.reserve( count ); }
 
-   const_iterator begin() const noexcept { return const_iterator( this, 0 ); }
-   const_iterator end() const noexcept { return const_iterator( this, size_ ); }
+   const_iterator begin() const noexcept { return vias_.begin(); }
+   const_iterator end() const noexcept { return vias_.end(); }
+   const TunnelVia * data() const noexcept { return vias_.data(); }
 
-   friend bool operator==( const TunnelViaList & a, const TunnelViaList & b ) {
-      return a.size_ == b.size_ && a.first_ == b.first_ && a.more_ == b.more_;
+   friend bool operator==( const TunnelViaListOf & a, const TunnelViaListOf & b ) {
+      return a.vias_ == b.vias_;
    }
 
    std::string stringValue() const {
@@ -137,12 +99,12 @@ class TunnelViaList {
    }
 
  private:
-   const TunnelVia & at( unsigned i ) const noexcept { return i == 0 ? first_ : more_[ i - 1 ]; }
-   TunnelVia & mutableAt( unsigned i ) noexcept { return i == 0 ? first_ : more_[ i - 1 ]; }
-
-   TunnelVia first_;
-   std::vector< TunnelVia > more_;
-   unsigned size_ = 0;
+   Vel::InlineVector< TunnelVia, InlineVias > vias_;
 };
+
+// Nearly every tunnel has one primary via: it lives inside the entry.
+using TunnelViaList = TunnelViaListOf< 1 >;
+// Few tunnels have backups: an empty backup list is only its heap handle.
+using BackupTunnelViaList = TunnelViaListOf< 0 >;
 
 } // namespace Tunnel::TunnelFib

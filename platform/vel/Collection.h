@@ -104,8 +104,8 @@ using OrderedCollection = Collection< K, V, std::map< K, V, Less > >;
 
 // An ordered collection for the many small ones of a large table: no node
 // per element, and references do not survive a change.
-template< class K, class V, class Less = std::less< K > >
-using SmallOrderedCollection = Collection< K, V, FlatMap< K, V, Less > >;
+template< class K, class V, std::size_t InlineCount = 2, class Less = std::less< K > >
+using SmallOrderedCollection = Collection< K, V, FlatMap< K, V, Less, InlineCount > >;
 
 template< class K, class V, class Hash = std::hash< K > >
 using HashCollection = Collection< K, V, std::unordered_map< K, V, Hash > >;

@@ -61,12 +61,14 @@ class InlineVector {
 
    iterator insert( const_iterator pos, T value ) {
       const size_type at = static_cast< size_type >( pos - begin() );
-      if ( !onHeap() && inlineSize_ < N ) {
-         std::move_backward( inline_.begin() + at, inline_.begin() + inlineSize_,
-                             inline_.begin() + inlineSize_ + 1 );
-         inline_[ at ] = std::move( value );
-         ++inlineSize_;
-         return inline_.data() + at;
+      if constexpr ( N > 0 ) {
+         if ( !onHeap() && inlineSize_ < N ) {
+            std::move_backward( inline_.begin() + at, inline_.begin() + inlineSize_,
+                                inline_.begin() + inlineSize_ + 1 );
+            inline_[ at ] = std::move( value );
+            ++inlineSize_;
+            return inline_.data() + at;
+         }
       }
       spill();
       return &*heap_.insert( heap_.begin() + at, std::move( value ) );
@@ -78,7 +80,7 @@ class InlineVector {
          if ( heap_.size() <= N ) {
             unspill();
          }
-      } else {
+      } else if constexpr ( N > 0 ) {
          std::move( inline_.begin() + at + 1, inline_.begin() + inlineSize_, inline_.begin() + at );
          inline_[ --inlineSize_ ] = T();
       }
@@ -87,7 +89,9 @@ class InlineVector {
    void clear() noexcept {
       heap_.clear();
       heap_.shrink_to_fit();
-      std::fill( inline_.begin(), inline_.begin() + inlineSize_, T() );
+      if constexpr ( N > 0 ) {
+         std::fill( inline_.begin(), inline_.begin() + inlineSize_, T() );
+      }
       inlineSize_ = 0;
    }
 
@@ -115,15 +119,19 @@ class InlineVector {
          return;
       }
       heap_.reserve( std::max< size_type >( 2 * N, 4 ) );
-      for ( std::uint32_t i = 0; i < inlineSize_; ++i ) {
-         heap_.push_back( std::move( inline_[ i ] ) );
-         inline_[ i ] = T();
+      if constexpr ( N > 0 ) {
+         for ( std::uint32_t i = 0; i < inlineSize_; ++i ) {
+            heap_.push_back( std::move( inline_[ i ] ) );
+            inline_[ i ] = T();
+         }
       }
       inlineSize_ = 0;
    }
    void unspill() {
-      inlineSize_ = static_cast< std::uint32_t >( heap_.size() );
-      std::move( heap_.begin(), heap_.end(), inline_.begin() );
+      if constexpr ( N > 0 ) {
+         inlineSize_ = static_cast< std::uint32_t >( heap_.size() );
+         std::move( heap_.begin(), heap_.end(), inline_.begin() );
+      }
       heap_.clear();
       heap_.shrink_to_fit();
    }

@@ -154,13 +154,11 @@ inline std::vector< std::string > encapFaults( const Tunnel::TunnelAgent & agent
    const TunnelFibWriter & writer = *agent.tunnelFibSm()->tunnelFibWriter();
    std::map< Fib::EncapId, std::uint32_t > users;
    for ( const auto & [ id, entry ] : fib.entry() ) {
-      for ( const Fib::TunnelViaList * vias : { &entry.tunnelVia(), &entry.backupTunnelVia() } ) {
-         for ( const Fib::TunnelVia & via : *vias ) {
-            if ( via.encapId().encapType() != Fib::EncapType::invalidEncap ) {
-               ++users[ via.encapId() ];
-            }
+      entry.forEachVia( [ & ]( const Fib::TunnelVia & via ) {
+         if ( via.encapId().encapType() != Fib::EncapType::invalidEncap ) {
+            ++users[ via.encapId() ];
          }
-      }
+      } );
    }
    for ( const auto & [ encapId, count ] : users ) {
       if ( writer.encapIdRefCount( encapId ) != count ) {

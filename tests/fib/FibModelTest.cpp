@@ -308,14 +308,11 @@ struct FibModelTest : FibAgent, ::testing::TestWithParam< unsigned > {
       const Fib::TunnelFib & fib = *agent.tunnelFib;
       std::map< Fib::EncapId, std::uint32_t > users;
       for ( const auto & [ id, entry ] : fib.entry() ) {
-         for ( const Fib::TunnelViaList * list :
-               { &entry.tunnelVia(), &entry.backupTunnelVia() } ) {
-            for ( const Fib::TunnelVia & via : *list ) {
-               if ( via.encapId().encapType() != Fib::EncapType::invalidEncap ) {
-                  ++users[ via.encapId() ];
-               }
+         entry.forEachVia( [ & ]( const Fib::TunnelVia & via ) {
+            if ( via.encapId().encapType() != Fib::EncapType::invalidEncap ) {
+               ++users[ via.encapId() ];
             }
-         }
+         } );
       }
       const TunnelFibWriter & writer = *sm()->tunnelFibWriter();
       const std::map< Fib::EncapId, std::uint32_t > counts( writer.encapIdRefCount().begin(),

@@ -146,14 +146,12 @@ struct WriterModel {
    void watchReaders() {
       reactors.push_back( fib->entry().react( [ this ]( const TunnelId & id ) {
          if ( const auto * entry = fib->entryFind( id ) ) {
-            for ( const auto * vias : { &entry->tunnelVia(), &entry->backupTunnelVia() } ) {
-               for ( const auto & v : *vias ) {
-                  if ( !v.encapId().isNull() && !published( v.encapId() ) ) {
-                     readerFault += id.stringValue() + " names unpublished " +
-                                    v.encapId().stringValue() + "; ";
-                  }
+            entry->forEachVia( [ & ]( const auto & v ) {
+               if ( !v.encapId().isNull() && !published( v.encapId() ) ) {
+                  readerFault += id.stringValue() + " names unpublished " +
+                                 v.encapId().stringValue() + "; ";
                }
-            }
+            } );
          }
       } ) );
       auto watch = [ this ]( const auto & table ) {
@@ -179,13 +177,11 @@ struct WriterModel {
    std::map< EncapId, std::uint32_t > userCounts() const {
       std::map< EncapId, std::uint32_t > counts;
       for ( const auto & [ id, entry ] : fib->entry() ) {
-         for ( const auto * vias : { &entry.tunnelVia(), &entry.backupTunnelVia() } ) {
-            for ( const auto & v : *vias ) {
-               if ( v.encapId().encapType() != EncapType::invalidEncap ) {
-                  ++counts[ v.encapId() ];
-               }
+         entry.forEachVia( [ & ]( const auto & v ) {
+            if ( v.encapId().encapType() != EncapType::invalidEncap ) {
+               ++counts[ v.encapId() ];
             }
-         }
+         } );
       }
       return counts;
    }

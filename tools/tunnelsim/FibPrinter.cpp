@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <variant>
+#include <span>
 
 #include "platform/korvo/IntfId.h"
 #include "tools/tunnelsim/AlignedRows.h"
@@ -112,7 +113,7 @@ Json viaJson( const TunnelVia & via, const FibView & fib ) {
    return json;
 }
 
-Json viasJson( const Tunnel::TunnelFib::TunnelViaList & vias, const FibView & fib ) {
+Json viasJson( std::span< const TunnelVia > vias, const FibView & fib ) {
    Json json = Json::array();
    for ( const TunnelVia & via : vias ) {
       json.push_back( viaJson( via, fib ) );

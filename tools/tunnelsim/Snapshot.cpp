@@ -40,14 +40,12 @@ FibView fibView( const Tunnel::TunnelAgent & agent ) {
    addEncaps( tunnelFib.labelStackEncap(), fib );
    for ( const auto & [ id, entry ] : tunnelFib.entry() ) {
       fib.entries.push_back( entry );
-      for ( const auto * vias : { &entry.tunnelVia(), &entry.backupTunnelVia() } ) {
-         for ( const Tunnel::TunnelFib::TunnelVia & via : *vias ) {
-            auto encap = fib.encaps.find( via.encapId() );
-            if ( encap != fib.encaps.end() ) {
-               ++encap->second.refCount;
-            }
+      entry.forEachVia( [ & ]( const Tunnel::TunnelFib::TunnelVia & via ) {
+         auto encap = fib.encaps.find( via.encapId() );
+         if ( encap != fib.encaps.end() ) {
+            ++encap->second.refCount;
          }
-      }
+      } );
    }
    if ( const auto & fibSm = agent.tunnelFibSm() ) {
       for ( auto & [ id, encap ] : fib.encaps ) {
