@@ -1,0 +1,396 @@
+#include "tools/tunneld/Daemon.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <ostream>
+#include <unordered_set>
+
+#include "agent/TunnelAgent.h"
+#include "platform/mox/TaskScheduler.h"
+#include "tools/tunnelsim/JsonParse.h"
+#include "tools/tunnelsim/Scenario.h"
+#include "tools/tunnelsim/ScenarioError.h"
+
+namespace TunnelD {
+
+volatile std::sig_atomic_t stopRequested = 0;
+
+namespace {
+
+// Keys per MGET and writes per flush: big enough to amortise round trips,
+// small enough to keep replies in memory modest.
+constexpr std::size_t readChunk = 1000;
+constexpr std::size_t writeChunk = 20000;
+
+// Adds the keyspace events tunneld needs to those already configured:
+// keyspace channels for string and generic commands and expiry.
+std::string withKeyspaceEvents( std::string flags ) {
+   auto has = [ & ]( char flag ) { return flags.find( flag ) != std::string::npos; };
+   const bool everyClass = has( 'A' );
+   for ( char flag : std::string( "K$gx" ) ) {
+      if ( !has( flag ) && ( flag == 'K' || !everyClass ) ) {
+         flags += flag;
+      }
+   }
+   return flags;
+}
+
+void pause( double seconds ) { ::poll( nullptr, 0, static_cast< int >( seconds * 1000 ) ); }
+
+} // namespace
+
+Daemon::Daemon( DaemonOptions options, std::ostream & log )
+      : options_( std::move( options ) ), schema_( options_.prefix ), log_( log ) {}
+
+Daemon::~Daemon() = default;
+
+bool Daemon::connect() {
+   try {
+      link_ = std::make_unique< RedisLink >( options_.host, options_.port );
+      auto current = link_->command( { "CONFIG", "GET", "notify-keyspace-events" } );
+      std::string flags = current.elements.size() == 2 ? current.elements[ 1 ].text : "";
+      if ( std::string wanted = withKeyspaceEvents( flags ); wanted != flags ) {
+         auto reply = link_->command( { "CONFIG", "SET", "notify-keyspace-events", wanted } );
+         if ( reply.error ) {
+            throw RedisError( "cannot enable keyspace notifications: " + reply.text );
+         }
+      }
+      notifications_ = std::make_unique< RedisLink >( options_.host, options_.port );
+      auto reply = notifications_->command(
+         { "PSUBSCRIBE", "__keyspace@0__:" + schema_.inputs() + "*" } );
+      if ( reply.error ) {
+         throw RedisError( "cannot subscribe: " + reply.text );
+      }
+   } catch ( const RedisError & e ) {
+      disconnect( e.what() );
+      return false;
+   }
+   log_ << "tunneld: connected to " << options_.host << ":" << options_.port << std::endl;
+   return true;
+}
+
+void Daemon::disconnect( const std::string & reason ) {
+   if ( link_ || notifications_ ) {
+      log_ << "tunneld: lost the store: " << reason << "; retrying" << std::endl;
+   }
+   link_.reset();
+   notifications_.reset();
+   dirty_.clear();
+   lastStatus_.clear();
+   outputsBehind_ = true;
+}
+
+std::vector< std::optional< std::string > >
+Daemon::readValues( const std::vector< std::string > & keys ) {
+   std::vector< std::optional< std::string > > values;
+   values.reserve( keys.size() );
+   for ( std::size_t begin = 0; begin < keys.size(); begin += readChunk ) {
+      std::vector< std::string_view > args = { "MGET" };
+      std::size_t end = std::min( keys.size(), begin + readChunk );
+      args.insert( args.end(), keys.begin() + begin, keys.begin() + end );
+      link_->append( args );
+   }
+   for ( const RedisReply & reply : link_->flushReplies() ) {
+      if ( reply.error ) {
+         throw RedisError( "cannot read keys: " + reply.text );
+      }
+      for ( const RedisReply & value : reply.elements ) {
+         values.push_back( value.nil ? std::nullopt : std::optional( value.text ) );
+      }
+   }
+   return values;
+}
+
+std::map< std::string, std::string > Daemon::readAll( const std::string & pattern ) {
+   std::vector< std::string > keys;
+   std::string cursor = "0";
+   do {
+      auto reply = link_->command( { "SCAN", cursor, "MATCH", pattern, "COUNT", "1000" } );
+      if ( reply.error || reply.elements.size() != 2 ) {
+         throw RedisError( "cannot scan keys: " + reply.text );
+      }
+      cursor = reply.elements[ 0 ].text;
+      for ( const RedisReply & key : reply.elements[ 1 ].elements ) {
+         keys.push_back( key.text );
+      }
+   } while ( cursor != "0" );
+   // SCAN may return a key twice.
+   std::sort( keys.begin(), keys.end() );
+   keys.erase( std::unique( keys.begin(), keys.end() ), keys.end() );
+   auto values = readValues( keys );
+   std::map< std::string, std::string > all;
+   for ( std::size_t i = 0; i < keys.size(); ++i ) {
+      if ( values[ i ] ) {
+         all.emplace( keys[ i ], std::move( *values[ i ] ) );
+      }
+   }
+   return all;
+}
+
+void Daemon::refuse( const std::string & key, const std::string & reason ) {
+   auto [ it, added ] = refused_.try_emplace( key, reason );
+   if ( !added && it->second == reason ) {
+      return;
+   }
+   it->second = reason;
+   ++refusals_;
+   log_ << "tunneld: refused " << key << ": " << reason << std::endl;
+   if ( link_ ) {
+      link_->append( { "HSET", schema_.refused(), key, reason } );
+   }
+}
+
+void Daemon::apply( const std::string & key, const std::optional< std::string > & value ) {
+   if ( key == schema_.inputs() + "sync" ) {
+      syncToken_ = value.value_or( "" );
+      return;
+   }
+   auto applied = applied_.find( key );
+   const bool wasRefused = refused_.count( key ) != 0;
+   if ( applied != applied_.end() ? value && *value == applied->second && !wasRefused
+                                  : !value && !wasRefused ) {
+      return;
+   }
+   bool ok = false;
+   if ( !value && applied == applied_.end() ) {
+      // A refused key deleted before it was ever applied: nothing to undo.
+      ok = true;
+   } else {
+      try {
+         readInputKey( schema_, key, value )( *agent_ );
+         ok = true;
+      } catch ( const TunnelSim::ScenarioError & e ) {
+         refuse( key, e.what() );
+      } catch ( const std::exception & e ) {
+         refuse( key, std::string( "cannot be applied: " ) + e.what() );
+      }
+   }
+   if ( !ok ) {
+      return;
+   }
+   if ( value ) {
+      applied_[ key ] = *value;
+   } else {
+      applied_.erase( key );
+   }
+   if ( wasRefused ) {
+      refused_.erase( key );
+      if ( link_ ) {
+         link_->append( { "HDEL", schema_.refused(), key } );
+      }
+   }
+}
+
+void Daemon::applyKeys( const std::vector< std::string > & keys ) {
+   auto values = readValues( keys );
+   for ( std::size_t i = 0; i < keys.size(); ++i ) {
+      apply( keys[ i ], values[ i ] );
+   }
+}
+
+void Daemon::resyncInputs() {
+   // The refused keys are written anew: the store may have lost them, or
+   // hold some from a run that has since ended.
+   link_->append( { "DEL", schema_.refused() } );
+   for ( const auto & [ key, reason ] : refused_ ) {
+      link_->append( { "HSET", schema_.refused(), key, reason } );
+   }
+   auto all = readAll( schema_.inputs() + "*" );
+   std::vector< std::string > gone;
+   for ( const auto & [ key, value ] : applied_ ) {
+      if ( !all.count( key ) ) {
+         gone.push_back( key );
+      }
+   }
+   for ( const auto & [ key, reason ] : refused_ ) {
+      if ( !all.count( key ) && !applied_.count( key ) ) {
+         gone.push_back( key );
+      }
+   }
+   for ( const std::string & key : gone ) {
+      apply( key, std::nullopt );
+   }
+   for ( const auto & [ key, value ] : all ) {
+      apply( key, value );
+   }
+   ++resyncs_;
+}
+
+void Daemon::readNotifications() {
+   notifications_->readAvailable();
+   std::unordered_set< std::string > seen( dirty_.begin(), dirty_.end() );
+   while ( auto message = notifications_->nextMessage() ) {
+      if ( message->elements.size() != 4 || message->elements[ 0 ].text != "pmessage" ) {
+         continue;
+      }
+      const std::string & channel = message->elements[ 2 ].text;
+      auto start = channel.find( "__:" );
+      if ( start == std::string::npos ) {
+         continue;
+      }
+      std::string key = channel.substr( start + 3 );
+      if ( seen.insert( key ).second ) {
+         dirty_.push_back( std::move( key ) );
+      }
+   }
+}
+
+void Daemon::runMachines() {
+   agent_->scheduler->runUntilIdle();
+   // Timers that are due now.
+   agent_->scheduler->runFor( 0 );
+}
+
+void Daemon::publish( const std::vector< OutputWrite > & writes ) {
+   const std::string outputs = schema_.outputs();
+   std::size_t errors = 0;
+   std::string key;
+   for ( const OutputWrite & write : writes ) {
+      key = outputs + write.key;
+      if ( write.value ) {
+         link_->append( { "SET", key, *write.value } );
+      } else {
+         link_->append( { "DEL", key } );
+      }
+      if ( link_->pending() >= writeChunk ) {
+         errors += link_->flush();
+      }
+   }
+   errors += link_->flush();
+   if ( errors ) {
+      log_ << "tunneld: the store refused " << errors << " output writes" << std::endl;
+   }
+}
+
+void Daemon::reconcileOutputs() {
+   const std::string outputs = schema_.outputs();
+   OutputState published;
+   for ( auto & [ key, value ] : readAll( outputs + "*" ) ) {
+      published.emplace( key.substr( outputs.size() ), std::move( value ) );
+   }
+   mirror_->takeWrites();
+   publish( mirror_->reconcile( published ) );
+   outputsBehind_ = false;
+}
+
+void Daemon::writeStatus() {
+   std::vector< std::string > fields = {
+      "refusedKeys", std::to_string( refused_.size() ), "refusals", std::to_string( refusals_ ),
+      "resyncs",     std::to_string( resyncs_ ),        "inputs",   std::to_string( applied_.size() ),
+      "pid",         std::to_string( ::getpid() ) };
+   if ( fields != lastStatus_ ) {
+      const std::string status = schema_.status();
+      std::vector< std::string_view > args = { "HSET", status };
+      args.insert( args.end(), fields.begin(), fields.end() );
+      link_->append( args );
+      lastStatus_ = fields;
+   }
+   if ( syncToken_ ) {
+      // Everything written before the token is applied and published.
+      link_->append( { "HSET", schema_.status(), "sync", *syncToken_ } );
+      syncToken_.reset();
+   }
+   if ( link_->pending() ) {
+      link_->flush();
+   }
+}
+
+void Daemon::start() {
+   // Toggles are read once, before any machine exists.
+   TunnelSim::Json scenario = TunnelSim::Json::object();
+   auto toggles = link_->command( { "GET", schema_.toggles() } );
+   if ( !toggles.nil ) {
+      try {
+         scenario[ "toggles" ] = TunnelSim::parseJson( toggles.text );
+         TunnelSim::readScenario( TunnelSim::JsonValue( scenario, "$" ) ).setup( *agent_ );
+      } catch ( const TunnelSim::ScenarioError & e ) {
+         refuse( schema_.toggles(), e.what() );
+         scenario = TunnelSim::Json::object();
+      }
+   }
+   if ( scenario.empty() ) {
+      TunnelSim::readScenario( TunnelSim::JsonValue( scenario, "$" ) ).setup( *agent_ );
+   }
+   const std::string outputs = schema_.outputs();
+   OutputState published;
+   for ( auto & [ key, value ] : readAll( outputs + "*" ) ) {
+      published.emplace( key.substr( outputs.size() ), std::move( value ) );
+   }
+   mirror_->load( published, [ this ]( const std::string & key, const std::string & reason ) {
+      log_ << "tunneld: dropped the published " << key << ": " << reason << std::endl;
+   } );
+   resyncInputs();
+   agent_->start();
+   runMachines();
+   mirror_->attach();
+   reconcileOutputs();
+   writeStatus();
+}
+
+int Daemon::run() {
+   agent_ = std::make_unique< Tunnel::TunnelAgent >();
+   agent_->scheduler->realTimeIs( true );
+   // Long drains give way now and then, so timers stay on time.
+   agent_->scheduler->yieldPolicyIs( Mox::yieldAfterSeconds( 0.05 ) );
+   mirror_ = std::make_unique< OutputMirror >( *agent_ );
+
+   double retry = options_.firstRetrySeconds;
+   bool started = false;
+   while ( !stopRequested ) {
+      if ( !link_ ) {
+         if ( started ) {
+            // The machines go on with their timers; what they write is
+            // published by the reconciliation once the store is back.
+            runMachines();
+            mirror_->takeWrites();
+         }
+         if ( !connect() ) {
+            pause( retry );
+            retry = std::min( retry * 2, options_.longestRetrySeconds );
+            continue;
+         }
+         retry = options_.firstRetrySeconds;
+         try {
+            if ( !started ) {
+               start();
+               started = true;
+            } else {
+               resyncInputs();
+               runMachines();
+               mirror_->sweep();
+               reconcileOutputs();
+               writeStatus();
+            }
+         } catch ( const RedisError & e ) {
+            disconnect( e.what() );
+         }
+         continue;
+      }
+      try {
+         pollfd wait{ notifications_->fd(), POLLIN, 0 };
+         int timeout = agent_->scheduler->idle() ? 500 : 10;
+         if ( ::poll( &wait, 1, timeout ) > 0 ) {
+            if ( wait.revents & ( POLLERR | POLLHUP | POLLNVAL ) && !( wait.revents & POLLIN ) ) {
+               throw RedisError( "the notification connection closed" );
+            }
+            readNotifications();
+         }
+         if ( !dirty_.empty() ) {
+            applyKeys( std::exchange( dirty_, {} ) );
+         }
+         runMachines();
+         mirror_->sweep();
+         publish( mirror_->takeWrites() );
+         writeStatus();
+      } catch ( const RedisError & e ) {
+         disconnect( e.what() );
+      }
+   }
+   log_ << "tunneld: stopping" << std::endl;
+   return 0;
+}
+
+} // namespace TunnelD
