@@ -54,7 +54,11 @@ std::optional< std::string_view > after( std::string_view key, std::string_view 
    return std::nullopt;
 }
 
-bool isEncapKey( const std::string & key ) { return key.starts_with( "encap:" ); }
+// Records that others name: an encap (named by FIB entries) and a RIB
+// (whose entries are keyed by its id).
+bool isNamedRecord( const std::string & key ) {
+   return key.starts_with( "encap:" ) || key.starts_with( "ribs:" );
+}
 
 // Restores the RIB names with their ids. A name gets the lowest free id, so
 // the names are given in id order, and ids that were free then are held by
@@ -441,20 +445,20 @@ OutputState OutputMirror::state() const {
 
 std::vector< OutputWrite > OutputMirror::reconcile( const OutputState & published ) const {
    const OutputState wanted = state();
-   std::vector< OutputWrite > sets, encapDeletes, deletes, writes;
+   std::vector< OutputWrite > sets, namedDeletes, deletes, writes;
    for ( const auto & [ key, value ] : wanted ) {
       auto old = published.find( key );
       if ( old == published.end() || old->second != value ) {
-         ( isEncapKey( key ) ? writes : sets ).push_back( OutputWrite{ key, value } );
+         ( isNamedRecord( key ) ? writes : sets ).push_back( OutputWrite{ key, value } );
       }
    }
    for ( const auto & [ key, value ] : published ) {
       if ( !wanted.count( key ) ) {
-         ( isEncapKey( key ) ? encapDeletes : deletes ).push_back( OutputWrite{ key, std::nullopt } );
+         ( isNamedRecord( key ) ? namedDeletes : deletes ).push_back( OutputWrite{ key, std::nullopt } );
       }
    }
-   // New encaps first and withdrawn ones last, so no entry names a missing one.
-   for ( auto * part : { &sets, &deletes, &encapDeletes } ) {
+   // Named records first and withdrawn ones last, so nothing names a missing one.
+   for ( auto * part : { &sets, &deletes, &namedDeletes } ) {
       writes.insert( writes.end(), part->begin(), part->end() );
    }
    return writes;
