@@ -20,9 +20,8 @@ volatile std::sig_atomic_t stopRequested = 0;
 
 namespace {
 
-// Keys per MGET and writes per flush: big enough to amortise round trips,
-// small enough to keep replies in memory modest.
-constexpr std::size_t readChunk = 1000;
+// Writes per flush: enough to amortise round trips, few enough to keep the
+// replies in memory modest.
 constexpr std::size_t writeChunk = 20000;
 
 // Adds the keyspace events tunneld needs to those already configured:
@@ -83,53 +82,6 @@ void Daemon::disconnect( const std::string & reason ) {
    outputsBehind_ = true;
 }
 
-std::vector< std::optional< std::string > >
-Daemon::readValues( const std::vector< std::string > & keys ) {
-   std::vector< std::optional< std::string > > values;
-   values.reserve( keys.size() );
-   for ( std::size_t begin = 0; begin < keys.size(); begin += readChunk ) {
-      std::vector< std::string_view > args = { "MGET" };
-      std::size_t end = std::min( keys.size(), begin + readChunk );
-      args.insert( args.end(), keys.begin() + begin, keys.begin() + end );
-      link_->append( args );
-   }
-   for ( const RedisReply & reply : link_->flushReplies() ) {
-      if ( reply.error ) {
-         throw RedisError( "cannot read keys: " + reply.text );
-      }
-      for ( const RedisReply & value : reply.elements ) {
-         values.push_back( value.nil ? std::nullopt : std::optional( value.text ) );
-      }
-   }
-   return values;
-}
-
-std::map< std::string, std::string > Daemon::readAll( const std::string & pattern ) {
-   std::vector< std::string > keys;
-   std::string cursor = "0";
-   do {
-      auto reply = link_->command( { "SCAN", cursor, "MATCH", pattern, "COUNT", "1000" } );
-      if ( reply.error || reply.elements.size() != 2 ) {
-         throw RedisError( "cannot scan keys: " + reply.text );
-      }
-      cursor = reply.elements[ 0 ].text;
-      for ( const RedisReply & key : reply.elements[ 1 ].elements ) {
-         keys.push_back( key.text );
-      }
-   } while ( cursor != "0" );
-   // SCAN may return a key twice.
-   std::sort( keys.begin(), keys.end() );
-   keys.erase( std::unique( keys.begin(), keys.end() ), keys.end() );
-   auto values = readValues( keys );
-   std::map< std::string, std::string > all;
-   for ( std::size_t i = 0; i < keys.size(); ++i ) {
-      if ( values[ i ] ) {
-         all.emplace( keys[ i ], std::move( *values[ i ] ) );
-      }
-   }
-   return all;
-}
-
 void Daemon::refuse( const std::string & key, const std::string & reason ) {
    auto [ it, added ] = refused_.try_emplace( key, reason );
    if ( !added && it->second == reason ) {
@@ -185,7 +137,7 @@ void Daemon::apply( const std::string & key, const std::optional< std::string > 
 }
 
 void Daemon::applyKeys( const std::vector< std::string > & keys ) {
-   auto values = readValues( keys );
+   auto values = TunnelD::readValues( *link_, keys );
    for ( std::size_t i = 0; i < keys.size(); ++i ) {
       apply( keys[ i ], values[ i ] );
    }
@@ -198,7 +150,7 @@ void Daemon::resyncInputs() {
    for ( const auto & [ key, reason ] : refused_ ) {
       link_->append( { "HSET", schema_.refused(), key, reason } );
    }
-   auto all = readAll( schema_.inputs() + "*" );
+   auto all = readMatching( *link_, schema_.inputs() + "*" );
    std::vector< std::string > gone;
    for ( const auto & [ key, value ] : applied_ ) {
       if ( !all.count( key ) ) {
@@ -268,7 +220,7 @@ void Daemon::publish( const std::vector< OutputWrite > & writes ) {
 void Daemon::reconcileOutputs() {
    const std::string outputs = schema_.outputs();
    OutputState published;
-   for ( auto & [ key, value ] : readAll( outputs + "*" ) ) {
+   for ( auto & [ key, value ] : readMatching( *link_, outputs + "*" ) ) {
       published.emplace( key.substr( outputs.size() ), std::move( value ) );
    }
    mirror_->takeWrites();
@@ -316,7 +268,7 @@ void Daemon::start() {
    }
    const std::string outputs = schema_.outputs();
    OutputState published;
-   for ( auto & [ key, value ] : readAll( outputs + "*" ) ) {
+   for ( auto & [ key, value ] : readMatching( *link_, outputs + "*" ) ) {
       published.emplace( key.substr( outputs.size() ), std::move( value ) );
    }
    mirror_->load( published, [ this ]( const std::string & key, const std::string & reason ) {

@@ -50,9 +50,6 @@ class Daemon {
    bool connect();
    void disconnect( const std::string & reason );
    void start();
-   // Every key under the prefix that matches, with its value.
-   std::map< std::string, std::string > readAll( const std::string & pattern );
-   std::vector< std::optional< std::string > > readValues( const std::vector< std::string > & keys );
    void resyncInputs();
    void applyKeys( const std::vector< std::string > & keys );
    void apply( const std::string & key, const std::optional< std::string > & value );

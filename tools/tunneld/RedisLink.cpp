@@ -2,6 +2,8 @@
 
 #include <sys/time.h>
 
+#include <algorithm>
+
 #include <hiredis/hiredis.h>
 
 namespace TunnelD {
@@ -130,6 +132,56 @@ std::optional< RedisReply > RedisLink::nextMessage() {
       return std::nullopt;
    }
    return take( raw );
+}
+
+std::vector< std::optional< std::string > > readValues( RedisLink & link,
+                                                        const std::vector< std::string > & keys ) {
+   // Keys per MGET: enough to amortise round trips, few enough to keep each
+   // reply modest.
+   constexpr std::size_t chunk = 1000;
+   std::vector< std::optional< std::string > > values;
+   values.reserve( keys.size() );
+   for ( std::size_t begin = 0; begin < keys.size(); begin += chunk ) {
+      std::vector< std::string_view > args = { "MGET" };
+      std::size_t end = std::min( keys.size(), begin + chunk );
+      args.insert( args.end(), keys.begin() + begin, keys.begin() + end );
+      link.append( args );
+   }
+   for ( const RedisReply & reply : link.flushReplies() ) {
+      if ( reply.error ) {
+         throw RedisError( "cannot read keys: " + reply.text );
+      }
+      for ( const RedisReply & value : reply.elements ) {
+         values.push_back( value.nil ? std::nullopt : std::optional( value.text ) );
+      }
+   }
+   return values;
+}
+
+std::map< std::string, std::string > readMatching( RedisLink & link, const std::string & pattern ) {
+   std::vector< std::string > keys;
+   std::string cursor = "0";
+   do {
+      auto reply = link.command( { "SCAN", cursor, "MATCH", pattern, "COUNT", "1000" } );
+      if ( reply.error || reply.elements.size() != 2 ) {
+         throw RedisError( "cannot scan keys: " + reply.text );
+      }
+      cursor = reply.elements[ 0 ].text;
+      for ( const RedisReply & key : reply.elements[ 1 ].elements ) {
+         keys.push_back( key.text );
+      }
+   } while ( cursor != "0" );
+   // SCAN may return a key twice.
+   std::sort( keys.begin(), keys.end() );
+   keys.erase( std::unique( keys.begin(), keys.end() ), keys.end() );
+   auto values = readValues( link, keys );
+   std::map< std::string, std::string > matching;
+   for ( std::size_t i = 0; i < keys.size(); ++i ) {
+      if ( values[ i ] ) {
+         matching.emplace( keys[ i ], std::move( *values[ i ] ) );
+      }
+   }
+   return matching;
 }
 
 } // namespace TunnelD

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -58,5 +59,12 @@ class RedisLink {
    std::unique_ptr< redisContext, void ( * )( redisContext * ) > context_;
    std::size_t pending_ = 0;
 };
+
+// The values of the keys, pipelined; none for a key that is absent or holds
+// no string.
+std::vector< std::optional< std::string > > readValues( RedisLink & link,
+                                                        const std::vector< std::string > & keys );
+// Every string key that matches the pattern, with its value.
+std::map< std::string, std::string > readMatching( RedisLink & link, const std::string & pattern );
 
 } // namespace TunnelD

@@ -24,24 +24,7 @@ int writeScenario( const TunnelD::DaemonOptions & options, const std::string & f
    std::map< std::string, std::string > inputs;
    try {
       RedisLink link( options.host, options.port );
-      std::vector< std::string > keys;
-      std::string cursor = "0";
-      do {
-         auto reply = link.command( { "SCAN", cursor, "MATCH", schema.inputs() + "*", "COUNT", "1000" } );
-         if ( reply.error || reply.elements.size() != 2 ) {
-            throw RedisError( "cannot scan keys: " + reply.text );
-         }
-         cursor = reply.elements[ 0 ].text;
-         for ( const RedisReply & key : reply.elements[ 1 ].elements ) {
-            keys.push_back( key.text );
-         }
-      } while ( cursor != "0" );
-      for ( const std::string & key : keys ) {
-         auto value = link.command( { "GET", key } );
-         if ( !value.nil && !value.error ) {
-            inputs[ key ] = value.text;
-         }
-      }
+      inputs = readMatching( link, schema.inputs() + "*" );
    } catch ( const RedisError & e ) {
       std::cerr << "tunneld: " << e.what() << "\n";
       return 1;
