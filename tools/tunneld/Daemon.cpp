@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cmath>
 #include <ostream>
 #include <unordered_set>
 
@@ -79,7 +78,6 @@ void Daemon::disconnect( const std::string & reason ) {
    notifications_.reset();
    dirty_.clear();
    lastStatus_.clear();
-   outputsBehind_ = true;
 }
 
 void Daemon::refuse( const std::string & key, const std::string & reason ) {
@@ -225,7 +223,6 @@ void Daemon::reconcileOutputs() {
    }
    mirror_->takeWrites();
    publish( mirror_->reconcile( published ) );
-   outputsBehind_ = false;
 }
 
 void Daemon::writeStatus() {
@@ -250,34 +247,42 @@ void Daemon::writeStatus() {
    }
 }
 
-void Daemon::start() {
-   // Toggles are read once, before any machine exists.
+void Daemon::readToggles() {
    TunnelSim::Json scenario = TunnelSim::Json::object();
    auto toggles = link_->command( { "GET", schema_.toggles() } );
    if ( !toggles.nil ) {
       try {
          scenario[ "toggles" ] = TunnelSim::parseJson( toggles.text );
          TunnelSim::readScenario( TunnelSim::JsonValue( scenario, "$" ) ).setup( *agent_ );
+         return;
       } catch ( const TunnelSim::ScenarioError & e ) {
          refuse( schema_.toggles(), e.what() );
-         scenario = TunnelSim::Json::object();
       }
    }
-   if ( scenario.empty() ) {
-      TunnelSim::readScenario( TunnelSim::JsonValue( scenario, "$" ) ).setup( *agent_ );
+   // Every toggle off, as in a scenario that names none.
+   TunnelSim::readScenario( TunnelSim::JsonValue( TunnelSim::Json::object(), "$" ) ).setup( *agent_ );
+}
+
+void Daemon::synchronise() {
+   if ( !loaded_ ) {
+      // Before any machine exists: toggles are read once, and the outputs
+      // published before go back into the output tables.
+      readToggles();
+      const std::string outputs = schema_.outputs();
+      OutputState published;
+      for ( auto & [ key, value ] : readMatching( *link_, outputs + "*" ) ) {
+         published.emplace( key.substr( outputs.size() ), std::move( value ) );
+      }
+      mirror_->load( published, [ this ]( const std::string & key, const std::string & reason ) {
+         log_ << "tunneld: dropped the published " << key << ": " << reason << std::endl;
+      } );
+      loaded_ = true;
    }
-   const std::string outputs = schema_.outputs();
-   OutputState published;
-   for ( auto & [ key, value ] : readMatching( *link_, outputs + "*" ) ) {
-      published.emplace( key.substr( outputs.size() ), std::move( value ) );
-   }
-   mirror_->load( published, [ this ]( const std::string & key, const std::string & reason ) {
-      log_ << "tunneld: dropped the published " << key << ": " << reason << std::endl;
-   } );
    resyncInputs();
    agent_->start();
    runMachines();
    mirror_->attach();
+   mirror_->sweep();
    reconcileOutputs();
    writeStatus();
 }
@@ -290,10 +295,9 @@ int Daemon::run() {
    mirror_ = std::make_unique< OutputMirror >( *agent_ );
 
    double retry = options_.firstRetrySeconds;
-   bool started = false;
    while ( !stopRequested ) {
       if ( !link_ ) {
-         if ( started ) {
+         if ( agent_->running() ) {
             // The machines go on with their timers; what they write is
             // published by the reconciliation once the store is back.
             runMachines();
@@ -306,16 +310,7 @@ int Daemon::run() {
          }
          retry = options_.firstRetrySeconds;
          try {
-            if ( !started ) {
-               start();
-               started = true;
-            } else {
-               resyncInputs();
-               runMachines();
-               mirror_->sweep();
-               reconcileOutputs();
-               writeStatus();
-            }
+            synchronise();
          } catch ( const RedisError & e ) {
             disconnect( e.what() );
          }

@@ -45,11 +45,14 @@ class Daemon {
    int run();
 
  private:
-   // Connects both links and reads the whole store; false when the server
-   // cannot be reached.
+   // Connects both links and subscribes to the inputs' notifications; false
+   // when the server cannot be reached.
    bool connect();
    void disconnect( const std::string & reason );
-   void start();
+   void readToggles();
+   // Reads every input and brings the outputs to the tables: at start, over
+   // the outputs published before, and after every reconnection.
+   void synchronise();
    void resyncInputs();
    void applyKeys( const std::vector< std::string > & keys );
    void apply( const std::string & key, const std::optional< std::string > & value );
@@ -76,7 +79,8 @@ class Daemon {
    std::uint64_t resyncs_ = 0;
    std::optional< std::string > syncToken_;
    std::vector< std::string > lastStatus_;
-   bool outputsBehind_ = true;
+   // Whether the outputs published before are in the output tables.
+   bool loaded_ = false;
 };
 
 } // namespace TunnelD

@@ -232,6 +232,9 @@ void OutputMirror::write( std::string key, std::optional< std::string > value ) 
 }
 
 void OutputMirror::attach() {
+   if ( attached_ ) {
+      return;
+   }
    attached_ = true;
    TunnelFib & fib = *agent_.tunnelFib;
    reactors_.push_back( fib.entry().react( [ this, &fib ]( const TunnelId & id ) {

@@ -44,7 +44,7 @@ class OutputMirror {
    void load( const OutputState & published,
               const std::function< void( const std::string & key, const std::string & reason ) > &
                  refuse );
-   // Starts mirroring; writes made before are not queued.
+   // Starts mirroring, once; writes made before are not queued.
    void attach();
    // Picks up RIBs mounted or unmounted since, RIB names, and the GR record.
    void sweep();
