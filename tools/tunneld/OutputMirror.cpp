@@ -326,10 +326,11 @@ void OutputMirror::sweep() {
       }
    }
    publishedRibRecords_ = records;
-   for ( const auto & [ id, rib ] : mounted ) {
-      if ( ribs_.count( id ) ) {
+   for ( const auto & [ mountedId, rib ] : mounted ) {
+      if ( ribs_.count( mountedId ) ) {
          continue;
       }
+      const TunnelRibId id = mountedId;
       watchRib( id, rib );
       withRibTable( *rib, [ & ]( auto & table ) {
          for ( const auto & [ key, entry ] : table.entry() ) {
