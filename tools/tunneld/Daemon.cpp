@@ -19,9 +19,10 @@ volatile std::sig_atomic_t stopRequested = 0;
 
 namespace {
 
-// Writes per flush: enough to amortise round trips, few enough to keep the
-// replies in memory modest.
-constexpr std::size_t writeChunk = 20000;
+// Output writes per command, and commands per flush: enough to amortise
+// round trips, few enough to keep commands and replies modest.
+constexpr std::size_t writesPerCommand = 1000;
+constexpr std::size_t commandsPerFlush = 100;
 
 // Adds the keyspace events tunneld needs to those already configured:
 // keyspace channels for string and generic commands and expiry.
@@ -195,19 +196,35 @@ void Daemon::runMachines() {
 }
 
 void Daemon::publish( const std::vector< OutputWrite > & writes ) {
+   // A run of sets goes as one MSET and a run of deletes as one DEL: the
+   // same writes in the same order, in far fewer commands.
    const std::string outputs = schema_.outputs();
+   std::vector< std::string > keys;
+   std::vector< std::string_view > args;
    std::size_t errors = 0;
-   std::string key;
-   for ( const OutputWrite & write : writes ) {
-      key = outputs + write.key;
-      if ( write.value ) {
-         link_->append( { "SET", key, *write.value } );
-      } else {
-         link_->append( { "DEL", key } );
+   for ( std::size_t begin = 0; begin < writes.size(); ) {
+      const bool sets = writes[ begin ].value.has_value();
+      std::size_t end = begin;
+      while ( end < writes.size() && end - begin < writesPerCommand &&
+              writes[ end ].value.has_value() == sets ) {
+         ++end;
       }
-      if ( link_->pending() >= writeChunk ) {
+      keys.clear();
+      for ( std::size_t i = begin; i < end; ++i ) {
+         keys.push_back( outputs + writes[ i ].key );
+      }
+      args.assign( { sets ? "MSET" : "DEL" } );
+      for ( std::size_t i = begin; i < end; ++i ) {
+         args.push_back( keys[ i - begin ] );
+         if ( sets ) {
+            args.push_back( *writes[ i ].value );
+         }
+      }
+      link_->append( args );
+      if ( link_->pending() >= commandsPerFlush ) {
          errors += link_->flush();
       }
+      begin = end;
    }
    errors += link_->flush();
    if ( errors ) {
