@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -38,6 +39,8 @@ ChildProcess::ChildProcess( const std::vector< std::string > & argv, const std::
    }
    if ( pid_ == 0 ) {
       ::close( report[ 0 ] );
+      // A test that dies leaves no server or daemon behind.
+      ::prctl( PR_SET_PDEATHSIG, SIGKILL );
       if ( !logFile.empty() ) {
          int fd = ::open( logFile.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644 );
          if ( fd >= 0 ) {
