@@ -35,7 +35,9 @@ inline TunnelEntryPref mappedPreference( const TunnelRibProtoEntry & protoEntry,
 template< class Table >
 void updateEntryFilterHelper( const Table & table, TunnelId tid, TunnelTableEntryFilter & filter,
                               const TunnelRibProtoEntry & protoEntry ) {
-   TunnelEntryPref pref = mappedPreference( protoEntry, table.entry().lookup( tid ).entry() );
+   const auto * found = table.entry().findReportingCorruption( tid );
+   const TunnelEntryPref pref =
+      mappedPreference( protoEntry, found ? found->entry() : TunnelTableEntry() );
    VEL_TRACE( 8, "tid: ", tid, " pref: ", pref );
    filter.preferenceIs( tid, pref );
 }

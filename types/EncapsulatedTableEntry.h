@@ -116,13 +116,7 @@ void EncapsulatedTableEntry::fill( const TablePtr & table,
    if ( !table ) {
       return;
    }
-   const Entry * found = nullptr;
-   try {
-      found = table->entry().find( tunnelId_ );
-   } catch ( const Mirra::CorruptionError & e ) {
-      table->entry().reportCorruption( e.what() );
-   }
-   if ( found ) {
+   if ( const Entry * found = table->entry().findReportingCorruption( tunnelId_ ) ) {
       ( this->*field )( *found );
       entry_ = found->entry();
    }

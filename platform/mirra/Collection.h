@@ -38,16 +38,20 @@ class Collection {
       return entries_.find( key );
    }
    bool has( const K & key ) const { return find( key ) != nullptr; }
-   // A copy of the entry, or a default one when absent or corrupted (which is
-   // reported to the corruption handler).
-   V lookup( const K & key ) const {
+   // The entry, or null when absent or corrupted (which is reported to the
+   // corruption handler).
+   const V * findReportingCorruption( const K & key ) const {
       try {
-         const V * v = find( key );
-         return v ? *v : V{};
+         return find( key );
       } catch ( const CorruptionError & e ) {
          reportCorruption( e.what() );
-         return V{};
+         return nullptr;
       }
+   }
+   // A copy of the entry, or a default one when absent or corrupted.
+   V lookup( const K & key ) const {
+      const V * v = findReportingCorruption( key );
+      return v ? *v : V{};
    }
 
    void entryIs( const K & key, V value ) {
