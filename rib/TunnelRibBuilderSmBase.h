@@ -197,9 +197,16 @@ class TunnelRibBuilderSmBase : public TableEntrySm {
  private:
    enum class Replacement { keep, replace };
 
+   // Adds the entry's id to ribEntry (the endpoint's RIB entry as it stands)
+   // with the entry's metrics and pref, and writes it.
+   void addTunnelIdTo( TunnelRibEntry ribEntry, const EncapsulatedTableEntry & entry,
+                       TunnelEntryPref pref );
    Replacement shouldReplaceTunnelRibEntries( TunnelId existingId, TunnelEntryPref existingPref,
                                               TunnelId newId, TunnelEntryPref newPref ) const;
    void removeCandidates( const ColoredTunnelEndpoint & tep, TunnelId tunnelId,
+                          const TunnelEntryPref * keepPref );
+   // The same within the endpoint's candidates, which stay even when empty.
+   void removeCandidates( TunnelTableOrderedEntry & ordered, TunnelId tunnelId,
                           const TunnelEntryPref * keepPref );
    void handleConfigEntry( TunnelTableIdentifier table );
    void refreshCandidatePreference( TunnelId tunnelId );

@@ -201,14 +201,14 @@ void TunnelRibBuilderSmBase::doUpdateLocalCollectionsAndTunnelRib(
          return;
       }
       const TunnelEntryPref pref = getPreference( entry.entry() );
-      internalTunnelRib_->entryIs( tep );
-      removeCandidates( tep, tunnelId, &pref );
+      const auto candidates = internalTunnelRib_->entryIs( tep );
+      removeCandidates( *candidates, tunnelId, &pref );
       // The candidate competes with the preference the filter gives it, not
       // with the one its protocol published.
       TunnelTableEntry candidate = entry.entry();
       candidate.tunnelIdIs( tunnelId );
       candidate.prefIs( pref );
-      internalTunnelRib_->entry( tep )->entryIs( candidate, true );
+      candidates->entryIs( candidate, true );
       doUpdateTunnelRibEntry( entry, tep, true );
       return;
    }
@@ -238,22 +238,26 @@ void TunnelRibBuilderSmBase::doUpdateLocalCollectionsAndTunnelRib(
 void TunnelRibBuilderSmBase::removeCandidates( const ColoredTunnelEndpoint & tep,
                                                TunnelId tunnelId,
                                                const TunnelEntryPref * keepPref ) {
-   auto ordered = internalTunnelRib_->entry( tep );
-   if ( !ordered ) {
-      return;
+   if ( auto ordered = internalTunnelRib_->entry( tep ) ) {
+      removeCandidates( *ordered, tunnelId, keepPref );
+      if ( !keepPref && ordered->empty() ) {
+         internalTunnelRib_->entryDel( tep );
+      }
    }
+}
+
+void TunnelRibBuilderSmBase::removeCandidates( TunnelTableOrderedEntry & ordered,
+                                               TunnelId tunnelId,
+                                               const TunnelEntryPref * keepPref ) {
    std::vector< TunnelTableEntry > doomed;
-   for ( const auto & [ candidate, present ] : *ordered ) {
+   for ( const auto & [ candidate, present ] : ordered ) {
       if ( candidate.tunnelId() == tunnelId &&
            ( !keepPref || candidate.pref() != *keepPref ) ) {
          doomed.push_back( candidate );
       }
    }
    for ( const auto & candidate : doomed ) {
-      ordered->entryDel( candidate );
-   }
-   if ( !keepPref && ordered->empty() ) {
-      internalTunnelRib_->entryDel( tep );
+      ordered.entryDel( candidate );
    }
 }
 
@@ -313,9 +317,11 @@ void TunnelRibBuilderSmBase::doUpdateTunnelRibEntry( const EncapsulatedTableEntr
       }
       return;
    }
+   // The entry as read above is what an addition starts from: no second
+   // lookup of the endpoint.
    if ( existing.empty() ) {
       VEL_TRACE( 8, "Adding Tunnel RIB entry tep: ", tep, " id: ", tunnelId );
-      doAddTunnelId( entry, tep );
+      addTunnelIdTo( existing, entry, getPreference( entry.entry() ) );
       return;
    }
    VEL_TRACE( 8, "Updating Table entry is contributing for tep: ", tep, " has ",
@@ -328,14 +334,14 @@ void TunnelRibBuilderSmBase::doUpdateTunnelRibEntry( const EncapsulatedTableEntr
    if ( tunnelTypesCanFormEcmp( existingId.tunnelType(), tunnelId.tunnelType() ) &&
         newPref == existingPref ) {
       VEL_TRACE( 8, "Adding new ID for existing Tunnel RIB entry: ", tunnelId );
-      doAddTunnelId( entry, tep );
+      addTunnelIdTo( existing, entry, newPref );
       return;
    }
    if ( shouldReplaceTunnelRibEntries( existingId, existingPref, tunnelId, newPref ) ==
         Replacement::replace ) {
       VEL_TRACE( 8, "New ID is: ", tunnelId );
       tunnelRib_->tunnelRibEntryDel( tep );
-      doAddTunnelId( entry, tep );
+      addTunnelIdTo( TunnelRibEntry( tep ), entry, newPref );
    }
 }
 
@@ -372,12 +378,17 @@ TunnelRibBuilderSmBase::Replacement TunnelRibBuilderSmBase::shouldReplaceTunnelR
 
 void TunnelRibBuilderSmBase::doAddTunnelId( const EncapsulatedTableEntry & entry,
                                             const ColoredTunnelEndpoint & tep ) {
+   addTunnelIdTo( tunnelRib_->tunnelRibEntry( tep ), entry, getPreference( entry.entry() ) );
+}
+
+void TunnelRibBuilderSmBase::addTunnelIdTo( TunnelRibEntry ribEntry,
+                                            const EncapsulatedTableEntry & entry,
+                                            TunnelEntryPref pref ) {
    const TunnelId tunnelId = entry.tunnelId();
    VEL_TRACE( 8, " tid ", tunnelId );
-   TunnelRibEntry ribEntry = tunnelRib_->tunnelRibEntry( tep );
    copyMetrics( tunnelId, ribEntry, entry, *tunnelRibConfig_ );
-   ribEntry.prefIs( getPreference( entry.entry() ) );
-   addTunnelIdNamingTep( ribEntry, tunnelId, tep, *tunnelRibConfig_, false );
+   ribEntry.prefIs( pref );
+   addTunnelIdNamingTep( ribEntry, tunnelId, ribEntry.coloredTep(), *tunnelRibConfig_, false );
    tunnelRib_->tunnelRibEntryIs( ribEntry );
 }
 
