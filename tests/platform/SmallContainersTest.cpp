@@ -1,0 +1,106 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "platform/korvo/IpGenAddr.h"
+#include "platform/vel/FlatMap.h"
+#include "platform/vel/InlineVector.h"
+
+namespace {
+
+// Random inserts and erasures at random places, crossing the inline bound
+// both ways, against std::vector; strings make a lost move or a stale slot
+// visible.
+template< std::size_t N >
+void checkInlineVectorAgainstVector( unsigned seed ) {
+   std::mt19937 random( seed );
+   Vel::InlineVector< std::string, N > small;
+   std::vector< std::string > model;
+   for ( unsigned op = 0; op < 3000; ++op ) {
+      const std::size_t size = model.size();
+      if ( size < 6 && random() % 3 != 0 ) {
+         const std::size_t at = random() % ( size + 1 );
+         const std::string value = "v" + std::to_string( op );
+         small.insert( small.begin() + at, value );
+         model.insert( model.begin() + at, value );
+      } else if ( size > 0 ) {
+         const std::size_t at = random() % size;
+         small.erase( small.begin() + at );
+         model.erase( model.begin() + at );
+      }
+      if ( random() % 50 == 0 ) {
+         small.clear();
+         model.clear();
+      }
+      ASSERT_EQ( std::vector< std::string >( small.begin(), small.end() ), model )
+         << "N " << N << " seed " << seed << " op " << op;
+      const auto copy = small;
+      ASSERT_TRUE( copy == small );
+   }
+}
+
+TEST( SmallContainers, InlineVectorBehavesAsAVectorOnEitherSideOfItsInlineBound ) {
+   for ( unsigned seed = 1; seed <= 3; ++seed ) {
+      checkInlineVectorAgainstVector< 0 >( seed );
+      checkInlineVectorAgainstVector< 1 >( seed );
+      checkInlineVectorAgainstVector< 2 >( seed );
+   }
+   // Ordering is lexicographic, the shorter prefix first.
+   using V = Vel::InlineVector< int, 1 >;
+   EXPECT_TRUE( ( V{ 1, 2 } < V{ 1, 3 } ) );
+   EXPECT_TRUE( ( V{ 1 } < V{ 1, 0 } ) );
+   EXPECT_FALSE( ( V{ 2 } < V{ 1, 9 } ) );
+   EXPECT_TRUE( ( V{} == V{} ) );
+}
+
+TEST( SmallContainers, FlatMapKeepsKeyOrderLikeAnOrderedMap ) {
+   std::mt19937 random( 7 );
+   Vel::FlatMap< int, int > flat;
+   std::map< int, int > model;
+   for ( unsigned op = 0; op < 4000; ++op ) {
+      const int key = int( random() % 9 );
+      if ( random() % 3 != 0 ) {
+         const bool inserted = flat.insert_or_assign( key, int( op ) ).second;
+         EXPECT_EQ( inserted, model.insert_or_assign( key, int( op ) ).second );
+      } else if ( auto at = flat.find( key ); at != flat.end() ) {
+         flat.erase( at );
+         model.erase( key );
+      } else {
+         EXPECT_EQ( model.count( key ), 0u );
+      }
+      ASSERT_EQ( ( std::map< int, int >( flat.begin(), flat.end() ) ), model );
+      ASSERT_TRUE( std::is_sorted( flat.begin(), flat.end() ) );
+      const auto above = flat.upper_bound( key );
+      const auto modelAbove = model.upper_bound( key );
+      ASSERT_EQ( above == flat.end(), modelAbove == model.end() );
+      if ( above != flat.end() ) {
+         ASSERT_EQ( above->first, modelAbove->first );
+      }
+   }
+}
+
+// Addresses order as their bytes do, the family first.
+TEST( SmallContainers, AddressesOrderByFamilyThenBytesAsNumbers ) {
+   using Korvo::IpGenAddr;
+   const IpGenAddr low = IpGenAddr::ipv4( 0x0A0000FF );
+   const IpGenAddr high = IpGenAddr::ipv4( 0x0A000100 );
+   EXPECT_LT( low, high );
+   EXPECT_LT( IpGenAddr(), low );
+   std::array< std::uint8_t, 16 > bytes{};
+   bytes[ 15 ] = 1;
+   const IpGenAddr v6Low = IpGenAddr::ipv6( bytes );
+   bytes[ 15 ] = 0;
+   bytes[ 7 ] = 1;
+   const IpGenAddr v6High = IpGenAddr::ipv6( bytes );
+   EXPECT_LT( high, v6Low );
+   EXPECT_LT( v6Low, v6High );
+   EXPECT_EQ( v6Low, IpGenAddr::parse( "::1" ) );
+}
+
+} // namespace
