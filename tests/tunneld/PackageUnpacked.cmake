@@ -2,13 +2,7 @@
 # installed on the machine) and asks its tunneld for --help.
 # -DBUILD_DIR=<build tree> -DWORK=<scratch directory>
 file(REMOVE_RECURSE ${WORK})
-function(run)
-  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE out)
-  if(NOT status EQUAL 0)
-    message(FATAL_ERROR "${ARGN} failed (${status}):\n${out}")
-  endif()
-  set(output "${out}" PARENT_SCOPE)
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/RunChecked.cmake)
 run(cpack --config ${BUILD_DIR}/CPackConfig.cmake -B ${WORK})
 file(GLOB package ${WORK}/*.deb)
 run(dpkg-deb -x ${package} ${WORK}/root)
