@@ -47,7 +47,7 @@ class TunnelVia {
 };
 
 // Every FIB entry holds two (the first primary and the first backup via).
-static_assert( sizeof( TunnelVia ) == 80, "TunnelVia is held per tunnel: grow it on purpose" );
+static_assert( sizeof( TunnelVia ) == 56, "TunnelVia is held per tunnel: grow it on purpose" );
 
 // The vias of one list of a FIB entry, at most 600, the first InlineVias of
 // them inside the entry and the rest on the heap.

@@ -3,6 +3,8 @@
 #include <cctype>
 #include <charconv>
 #include <cstdio>
+#include <mutex>
+#include <unordered_set>
 
 #include "platform/vel/Assert.h"
 
@@ -72,7 +74,7 @@ std::optional< IntfId > IntfId::parse( std::string_view text ) {
    if ( !isOrdinaryName( text ) ) {
       return std::nullopt;
    }
-   return IntfId( Kind::ordinary, 0, std::string( text ) );
+   return IntfId( Kind::ordinary, 0, text );
 }
 
 std::uint64_t IntfId::tunnelIdValue() const {
@@ -90,7 +92,7 @@ std::string IntfId::stringValue() const {
    case Kind::empty:
       return {};
    case Kind::ordinary:
-      return name_;
+      return *name_;
    case Kind::dynamicTunnel: {
       char hex[ 24 ];
       std::snprintf( hex, sizeof hex, "0x%llx", static_cast< unsigned long long >( value_ ) );
@@ -102,8 +104,27 @@ std::string IntfId::stringValue() const {
    return {};
 }
 
+const std::string * IntfId::intern( std::string_view name ) {
+   // Never freed, so a pointer stays valid as long as any id can hold it;
+   // the lock keeps agents on several threads apart.
+   struct NameHash {
+      using is_transparent = void;
+      std::size_t operator()( std::string_view text ) const noexcept {
+         return std::hash< std::string_view >{}( text );
+      }
+   };
+   static std::mutex lock;
+   static std::unordered_set< std::string, NameHash, std::equal_to<> > names{ std::string() };
+   const std::lock_guard< std::mutex > guard( lock );
+   auto found = names.find( name );
+   if ( found == names.end() ) {
+      found = names.emplace( name ).first;
+   }
+   return &*found;
+}
+
 std::size_t IntfId::hash() const noexcept {
-   std::size_t h = std::hash< std::string >{}( name_ );
+   std::size_t h = std::hash< std::string >{}( *name_ );
    h ^= std::hash< std::uint64_t >{}( value_ ) + 0x9e3779b97f4a7c15ull + ( h << 6 ) + ( h >> 2 );
    return h * 31 + static_cast< std::size_t >( kind_ );
 }

@@ -38,7 +38,7 @@ class IntfId {
    Kind kind() const noexcept { return kind_; }
    bool empty() const noexcept { return kind_ == Kind::empty; }
    // The name of an ordinary interface; empty for the other kinds.
-   const std::string & name() const noexcept { return name_; }
+   const std::string & name() const noexcept { return *name_; }
    // Assert that the id is of the kind.
    std::uint64_t tunnelIdValue() const;
    std::uint64_t nexthopGroupId() const;
@@ -46,19 +46,34 @@ class IntfId {
    std::string stringValue() const;
    std::size_t hash() const noexcept;
 
-   friend auto operator<=>( const IntfId &, const IntfId & ) = default;
-   friend bool operator==( const IntfId &, const IntfId & ) = default;
+   // Kind, then number, then name.
+   friend std::strong_ordering operator<=>( const IntfId & a, const IntfId & b ) noexcept {
+      if ( a.kind_ != b.kind_ ) {
+         return a.kind_ <=> b.kind_;
+      }
+      if ( a.value_ != b.value_ ) {
+         return a.value_ <=> b.value_;
+      }
+      return a.name_ == b.name_ ? std::strong_ordering::equal : *a.name_ <=> *b.name_;
+   }
+   // Equal names are one interned string.
+   friend bool operator==( const IntfId & a, const IntfId & b ) noexcept {
+      return a.kind_ == b.kind_ && a.value_ == b.value_ && a.name_ == b.name_;
+   }
    friend std::ostream & operator<<( std::ostream & os, const IntfId & i ) {
       return os << i.stringValue();
    }
 
  private:
-   IntfId( Kind kind, std::uint64_t value, std::string name )
-         : kind_( kind ), value_( value ), name_( std::move( name ) ) {}
+   IntfId( Kind kind, std::uint64_t value, std::string_view name )
+         : kind_( kind ), value_( value ), name_( intern( name ) ) {}
+   // The one copy of the name that every id with it points to: a router has
+   // few interface names and a million vias over them.
+   static const std::string * intern( std::string_view name );
 
    Kind kind_ = Kind::empty;
    std::uint64_t value_ = 0;
-   std::string name_;
+   const std::string * name_ = intern( {} );
 };
 
 // The names by which the machines ask about dynamic tunnel interfaces.

@@ -74,6 +74,15 @@ TEST( KorvoIntfId, KindsWithTheSameNumberStayDistinctAsKeys ) {
    EXPECT_TRUE( hashed.count( IntfId::nexthopGroup( 5 ) ) );
    EXPECT_NE( IntfId::dynamicTunnel( 5 ), IntfId::nexthopGroup( 5 ) );
    EXPECT_TRUE( IntfId().empty() );
+
+   // Names order as text, whichever was seen first; a name made again, by
+   // any route, is the same id.
+   const IntfId later = IntfId::ordinary( "Ethernet9" );
+   const IntfId earlier = IntfId::ordinary( "Ethernet10" );
+   EXPECT_LT( earlier, later );
+   EXPECT_EQ( IntfId::parse( "Ethernet9" ), later );
+   EXPECT_EQ( &IntfId::ordinary( std::string( "Ethernet" ) + "9" ).name(), &later.name() );
+   EXPECT_EQ( IntfId().name(), "" );
 }
 
 // The empty address has a text of its own, so that it and 0.0.0.0 both read
