@@ -264,14 +264,7 @@ void TunnelFibSm::tunnelForReviewIs( TunnelId id, bool review ) {
 }
 
 void TunnelFibSm::scheduleTunnelReview() {
-   if ( scheduler_->taskScheduled( *task_ ) ) {
-      return;
-   }
-   if ( scheduler_->taskWorkPending( *task_ ) ) {
-      scheduler_->scheduleTaskLowestDelay( *task_, tunnelReviewDelay_ );
-   } else {
-      scheduler_->scheduleTask( *task_ );
-   }
+   scheduler_->scheduleBacklogTask( *task_, tunnelReviewDelay_ );
 }
 
 void TunnelFibSm::drainTunnelBacklog() {

@@ -21,14 +21,7 @@ void TunnelRibBuilderSmBase::tunnelForReviewIs( TunnelId tunnelId ) {
 }
 
 void TunnelRibBuilderSmBase::scheduleTunnelReview() {
-   if ( scheduler_->taskScheduled( *task_ ) ) {
-      return;
-   }
-   if ( scheduler_->taskWorkPending( *task_ ) ) {
-      scheduler_->scheduleTaskLowestDelay( *task_, tunnelReviewDelay_ );
-   } else {
-      scheduler_->scheduleTask( *task_ );
-   }
+   scheduler_->scheduleBacklogTask( *task_, tunnelReviewDelay_ );
 }
 
 void TunnelRibBuilderSmBase::drainTunnelBacklog() {

@@ -35,6 +35,19 @@ class TaskScheduler : public Vel::PtrInterface {
    void scheduleTask( Task & task ) { scheduleAt( task, now() ); }
    // Runs the task at the earlier of its current due time and now + delay.
    void scheduleTaskLowestDelay( Task & task, double delay );
+   // Schedules a backlog's task unless it is scheduled already: at once, or
+   // after `delay` while the task has work pending, so that a burst of
+   // changes is reviewed in one batch.
+   void scheduleBacklogTask( Task & task, double delay ) {
+      if ( taskScheduled( task ) ) {
+         return;
+      }
+      if ( taskWorkPending( task ) ) {
+         scheduleTaskLowestDelay( task, delay );
+      } else {
+         scheduleTask( task );
+      }
+   }
    void scheduleTaskAt( Task & task, double time ) { scheduleAt( task, time ); }
    void unscheduleTask( Task & task );
    bool taskScheduled( const Task & task ) const noexcept { return task.scheduled_(); }
