@@ -1,5 +1,8 @@
 #include "ingest/ProtocolTunnelSm.h"
 
+#include <algorithm>
+#include <vector>
+
 #include "ingest/TableEntrySm.h"
 #include "platform/vel/Assert.h"
 #include "platform/vel/Trace.h"
@@ -45,9 +48,17 @@ void ProtocolTunnelSm::initializeGrAttrs() {
 }
 
 void ProtocolTunnelSm::kickSeenIds() {
-   seenTunnelId_.forEachKey( [ this ]( const TunnelId & id ) {
-      tableEntrySm_->handleTunnelTableEntry( id, seenTunnelId_.get( id ), true );
-   } );
+   std::vector< TunnelId > ids;
+   ids.reserve( seenTunnelId_.size() );
+   for ( const auto & [ id, tableId ] : seenTunnelId_ ) {
+      ids.push_back( id );
+   }
+   std::sort( ids.begin(), ids.end() );
+   for ( TunnelId id : ids ) {
+      if ( const TunnelTableIdentifier * tableId = seenTunnelId_.find( id ) ) {
+         tableEntrySm_->handleTunnelTableEntry( id, *tableId, true );
+      }
+   }
 }
 
 } // namespace Tunnel::TunnelTable

@@ -20,7 +20,10 @@ class TableEntrySm;
 // them gone.
 class ProtocolTunnelSm : public Vel::PtrInterface {
  public:
-   using SeenTunnelIdColl = Vel::OrderedCollection< TunnelId, TunnelTableIdentifier >;
+   // Kept in a hash map, one per reactor and table: kickSeenIds sorts the ids
+   // it reports.
+   using SeenTunnelIdColl =
+      Vel::Collection< TunnelId, TunnelTableIdentifier, TunnelIdHashMap< TunnelTableIdentifier > >;
 
    // Not counted: the owner owns this reactor.
    TableEntrySm * tableEntrySm() const noexcept { return tableEntrySm_; }

@@ -14,7 +14,8 @@ namespace Tunnel::TunnelTable {
 // goes.
 class TunnelTableEntryFilter : public Vel::PtrInterface {
  public:
-   using PreferenceCollection = Vel::HashCollection< TunnelId, std::uint32_t >;
+   using PreferenceCollection =
+      Vel::Collection< TunnelId, std::uint32_t, TunnelIdHashMap< std::uint32_t > >;
 
    const PreferenceCollection & preference() const noexcept { return preference_; }
    // The id's preference; 0 when the filter holds none.

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/vel/FlatHashMap.h"
 #include "types/TunnelTableIdentifier.h"
 #include "types/TunnelType.h"
 
@@ -61,6 +62,15 @@ class TunnelId {
  private:
    std::uint64_t value_ = 0;
 };
+
+// The id's word itself: for the flat hash maps, which spread it themselves.
+struct TunnelIdWordHash {
+   std::size_t operator()( TunnelId id ) const noexcept { return id.value(); }
+};
+
+// A table per tunnel id where the order of its elements shows nowhere.
+template< class V >
+using TunnelIdHashMap = Vel::FlatHashMap< TunnelId, V, TunnelIdWordHash >;
 
 } // namespace Tunnel::TunnelTable
 

@@ -6,9 +6,11 @@
 #include <map>
 #include <random>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/korvo/IpGenAddr.h"
+#include "platform/vel/FlatHashMap.h"
 #include "platform/vel/FlatMap.h"
 #include "platform/vel/InlineVector.h"
 
@@ -86,6 +88,76 @@ TEST( SmallContainers, FlatMapKeepsKeyOrderLikeAnOrderedMap ) {
 }
 
 // Addresses order as their bytes do, the family first.
+// A hash that sends most keys to a few homes, so that runs collide, wrap
+// past the end of the array and are shifted back on erasure.
+struct CrowdingHash {
+   std::size_t operator()( unsigned key ) const noexcept { return key % 3; }
+};
+
+template< class Hash >
+void checkFlatHashMapAgainstMap( unsigned seed, unsigned keyRange ) {
+   std::mt19937 random( seed );
+   Vel::FlatHashMap< unsigned, std::string, Hash > flat;
+   std::unordered_map< unsigned, std::string > model;
+   for ( unsigned op = 0; op < 4000; ++op ) {
+      const unsigned key = random() % keyRange;
+      switch ( random() % 4 ) {
+      case 0:
+      case 1:
+         flat.insert_or_assign( key, "v" + std::to_string( op ) );
+         model.insert_or_assign( key, "v" + std::to_string( op ) );
+         break;
+      case 2:
+         ASSERT_EQ( flat.erase( key ), model.erase( key ) ) << "seed " << seed << " op " << op;
+         break;
+      default:
+         if ( auto it = flat.find( key ); it != flat.end() ) {
+            flat.erase( it );
+            model.erase( key );
+         }
+         break;
+      }
+      if ( random() % 500 == 0 ) {
+         flat.clear();
+         model.clear();
+      }
+      ASSERT_EQ( flat.size(), model.size() ) << "seed " << seed << " op " << op;
+      // Every key is found where the model has it, and the walk visits each
+      // element once.
+      for ( unsigned k = 0; k < keyRange; ++k ) {
+         auto it = flat.find( k );
+         auto expected = model.find( k );
+         ASSERT_EQ( it != flat.end(), expected != model.end() ) << "key " << k << " op " << op;
+         if ( it != flat.end() ) {
+            ASSERT_EQ( it->second, expected->second );
+         }
+      }
+      std::unordered_map< unsigned, std::string > walked;
+      for ( const auto & [ k, v ] : flat ) {
+         ASSERT_TRUE( walked.emplace( k, v ).second ) << "key " << k << " walked twice";
+      }
+      ASSERT_EQ( walked, model );
+   }
+}
+
+TEST( SmallContainers, FlatHashMapBehavesAsAHashMapThroughCollisionsAndGrowth ) {
+   for ( unsigned seed = 1; seed <= 3; ++seed ) {
+      checkFlatHashMapAgainstMap< std::hash< unsigned > >( seed, 200 );
+      checkFlatHashMapAgainstMap< CrowdingHash >( seed, 40 );
+   }
+   Vel::FlatHashMap< unsigned, int > a;
+   Vel::FlatHashMap< unsigned, int > b;
+   for ( unsigned k = 0; k < 100; ++k ) {
+      a[ k ] = int( k );
+      b[ 99 - k ] = int( 99 - k );
+   }
+   EXPECT_TRUE( a == b );
+   b[ 7 ] = 8;
+   EXPECT_FALSE( a == b );
+   EXPECT_FALSE( a.try_emplace( 5, 50 ).second );
+   EXPECT_EQ( a[ 5 ], 5 );
+}
+
 TEST( SmallContainers, AddressesOrderByFamilyThenBytesAsNumbers ) {
    using Korvo::IpGenAddr;
    const IpGenAddr low = IpGenAddr::ipv4( 0x0A0000FF );
