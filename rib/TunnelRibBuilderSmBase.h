@@ -36,7 +36,11 @@ namespace Tunnel::TunnelTable {
 // them, and its RIB review task refreshes IGP-cost preferences.
 class TunnelRibBuilderSmBase : public TableEntrySm {
  public:
-   using TunnelIdToTepSetColl = std::unordered_map< TunnelId, Vel::Ptr< TunnelIdToTepEntrySet > >;
+   // One node per contributing tunnel, its endpoints held in place. The
+   // element is too large for a flat table, whose empty slots would cost
+   // more than a node. Its order shows nowhere.
+   using TunnelIdToTepSetColl =
+      std::unordered_map< TunnelId, TunnelIdToTepEntrySet, TunnelIdWordHash >;
 
    static constexpr Mox::TaskPriority taskPriority{ 2 };
    static constexpr const char * taskName = "TunnelRibsm";
@@ -105,7 +109,9 @@ class TunnelRibBuilderSmBase : public TableEntrySm {
    }
    const TunnelIdToTepSetColl & tunnelIdToTepSet() const noexcept { return tunnelIdToTepSet_; }
    // The teps the id contributes to, or null.
-   Vel::Ptr< TunnelIdToTepEntrySet > tunnelIdToTepSet( TunnelId tunnelId ) const;
+   // Null when the id has no element; the pointer lasts until the element
+   // is erased.
+   const TunnelIdToTepEntrySet * tunnelIdToTepSet( TunnelId tunnelId ) const;
 
    // --- Review backlog.
    const std::unordered_set< TunnelId > & tunnelForReview() const noexcept {

@@ -112,11 +112,7 @@ void TunnelRibBuilderSmBase::adoptCandidate( TunnelId tunnelId, const ColoredTun
    if ( !entry || !doesEntryContribute( *tunnelTableEntryFilter_, entry ) ) {
       return;
    }
-   auto & element = tunnelIdToTepSet_[ tunnelId ];
-   if ( !element ) {
-      element = Vel::make< TunnelIdToTepEntrySet >( tunnelId );
-   }
-   element->tepSetIs()->coloredTepIs( tep );
+   tunnelIdToTepSet_.try_emplace( tunnelId, tunnelId ).first->second.tepSetIs().coloredTepIs( tep );
    TunnelTableEntry candidate = entry.entry();
    candidate.tunnelIdIs( tunnelId );
    candidate.prefIs( getPreference( entry.entry() ) );

@@ -61,7 +61,7 @@ bool preferenceCapable( TunnelType type ) {
 
 constexpr TunnelEntryPref unknownTypePref = 255;
 
-ColoredTunnelEndpointList tepsOf( const Vel::Ptr< ColoredTunnelEndpointSet > & set ) {
+ColoredTunnelEndpointList tepsOf( const ColoredTunnelEndpointSet * set ) {
    ColoredTunnelEndpointList teps;
    if ( set ) {
       teps.reserve( set->size() );
@@ -127,10 +127,10 @@ TunnelRibBuilderSmBase::ribTeps( const EncapsulatedTableEntry & entry ) const {
    return teps;
 }
 
-Vel::Ptr< TunnelIdToTepEntrySet >
+const TunnelIdToTepEntrySet *
 TunnelRibBuilderSmBase::tunnelIdToTepSet( TunnelId tunnelId ) const {
    auto it = tunnelIdToTepSet_.find( tunnelId );
-   return it == tunnelIdToTepSet_.end() ? nullptr : it->second;
+   return it == tunnelIdToTepSet_.end() ? nullptr : &it->second;
 }
 
 void TunnelRibBuilderSmBase::updateTunnelRibEntry( TunnelId tunnelId ) {
@@ -192,11 +192,7 @@ void TunnelRibBuilderSmBase::doUpdateLocalCollectionsAndTunnelRib(
             }
          }
       }
-      auto & element = tunnelIdToTepSet_[ tunnelId ];
-      if ( !element ) {
-         element = Vel::make< TunnelIdToTepEntrySet >( tunnelId );
-      }
-      element->tepSetIs()->coloredTepIs( tep );
+      tunnelIdToTepSet_.try_emplace( tunnelId, tunnelId ).first->second.tepSetIs().coloredTepIs( tep );
       if ( !doUpdateProtoTunnelRibColl( tep, tunnelId, tunnelId.tunnelType(), true ) ) {
          return;
       }
@@ -213,12 +209,13 @@ void TunnelRibBuilderSmBase::doUpdateLocalCollectionsAndTunnelRib(
       return;
    }
 
-   if ( auto known = tunnelIdToTepSet( tunnelId ) ) {
-      if ( known->tepSet() ) {
-         known->tepSet()->coloredTepDel( tep );
+   if ( auto known = tunnelIdToTepSet_.find( tunnelId ); known != tunnelIdToTepSet_.end() ) {
+      ColoredTunnelEndpointSet * teps = known->second.tepSet();
+      if ( teps ) {
+         teps->coloredTepDel( tep );
       }
-      if ( !known->tepSet() || known->tepSet()->empty() ) {
-         tunnelIdToTepSet_.erase( tunnelId );
+      if ( !teps || teps->empty() ) {
+         tunnelIdToTepSet_.erase( known );
       }
    }
    if ( !doUpdateProtoTunnelRibColl( tep, tunnelId, tunnelId.tunnelType(), false ) ) {

@@ -45,10 +45,10 @@ ColoredTunnelEndpointList EncapsulatedTableEntry::tunnelEndpoints() const {
    return teps;
 }
 
-Vel::Ptr< ColoredTunnelEndpointSet > EncapsulatedTableEntry::tunnelEndpointSet() const {
-   auto teps = Vel::make< ColoredTunnelEndpointSet >();
+ColoredTunnelEndpointSet EncapsulatedTableEntry::tunnelEndpointSet() const {
+   ColoredTunnelEndpointSet teps;
    for ( const auto & tep : tunnelEndpoints() ) {
-      teps->coloredTepIs( tep );
+      teps.coloredTepIs( tep );
    }
    return teps;
 }

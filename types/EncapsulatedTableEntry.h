@@ -68,7 +68,7 @@ class EncapsulatedTableEntry {
    // A new set of the endpoints the entry serves: colored with the policy's
    // color for an SR-TE policy, with the RSVP LER entry's color when it has
    // one, uncolored otherwise.
-   Vel::Ptr< ColoredTunnelEndpointSet > tunnelEndpointSet() const;
+   ColoredTunnelEndpointSet tunnelEndpointSet() const;
    // The same endpoints as a sorted list without duplicates, built without
    // allocation for the common one or two.
    ColoredTunnelEndpointList tunnelEndpoints() const;

@@ -1,33 +1,36 @@
 #pragma once
 
-#include "platform/vel/Ptr.h"
 #include "types/ColoredTunnelEndpointSet.h"
 #include "types/TunnelId.h"
 
 namespace Tunnel::TunnelTable {
 
 // The endpoints whose RIB entry uses one tunnel, the key. The set is made
-// when first needed.
-class TunnelIdToTepEntrySet : public Vel::PtrInterface {
+// when first needed. A plain value, held in place in the builder's index.
+class TunnelIdToTepEntrySet {
  public:
+   TunnelIdToTepEntrySet() = default;
    explicit TunnelIdToTepEntrySet( TunnelId tunnelId ) : tunnelId_( tunnelId ) {}
 
    TunnelId tunnelId() const noexcept { return tunnelId_; }
 
    // Null until tepSetIs().
-   const Vel::Ptr< ColoredTunnelEndpointSet > & tepSet() const noexcept { return tepSet_; }
+   const ColoredTunnelEndpointSet * tepSet() const noexcept { return made_ ? &tepSet_ : nullptr; }
+   ColoredTunnelEndpointSet * tepSet() noexcept { return made_ ? &tepSet_ : nullptr; }
    // The set, made empty when there is none.
-   const Vel::Ptr< ColoredTunnelEndpointSet > & tepSetIs() {
-      if ( !tepSet_ ) {
-         tepSet_ = Vel::make< ColoredTunnelEndpointSet >();
-      }
+   ColoredTunnelEndpointSet & tepSetIs() noexcept {
+      made_ = true;
       return tepSet_;
    }
-   void tepSetDel() noexcept { tepSet_.reset(); }
+   void tepSetDel() noexcept {
+      tepSet_.coloredTepDelAll();
+      made_ = false;
+   }
 
  private:
-   const TunnelId tunnelId_;
-   Vel::Ptr< ColoredTunnelEndpointSet > tepSet_;
+   TunnelId tunnelId_;
+   ColoredTunnelEndpointSet tepSet_;
+   bool made_ = false;
 };
 
 } // namespace Tunnel::TunnelTable

@@ -57,6 +57,7 @@ class FlatMap {
       return { items_.insert( at, value_type( key, std::move( value ) ) ), true };
    }
    iterator erase( const_iterator at ) { return items_.erase( at ); }
+   void clear() noexcept { items_.clear(); }
 
    friend bool operator==( const FlatMap & a, const FlatMap & b ) { return a.items_ == b.items_; }
 

@@ -243,8 +243,8 @@ struct ModelTest : ::testing::Test {
       const auto & internal = builder->internalTunnelRib();
       std::set< std::pair< TunnelId, Key > > fromTepSets, fromCandidates;
       for ( const auto & [ tid, teps ] : builder->tunnelIdToTepSet() ) {
-         ASSERT_FALSE( teps->tepSet()->empty() ) << tid;
-         for ( const auto & [ tep, present ] : teps->tepSet()->coloredTep() ) {
+         ASSERT_FALSE( teps.tepSet()->empty() ) << tid;
+         for ( const auto & [ tep, present ] : teps.tepSet()->coloredTep() ) {
             fromTepSets.insert( { tid, tep } );
          }
       }

@@ -41,17 +41,19 @@ TEST( TunnelIdColl, ReactorToldEachChangedKey ) {
 TEST( TunnelIdToTepEntrySet, TepSetMadeOnceUntilDropped ) {
    TunnelIdToTepEntrySet entry( TunnelId( TunnelType::ldpTunnel, 1 ) );
    EXPECT_FALSE( entry.tepSet() );
-   auto set = entry.tepSetIs();
-   set->coloredTepIs( ColoredTunnelEndpoint( prefix( "10.0.0.2/32" ) ) );
-   set->coloredTepIs( ColoredTunnelEndpoint( prefix( "10.0.0.1/32" ), 3 ) );
-   set->coloredTepIs( ColoredTunnelEndpoint( prefix( "10.0.0.1/32" ) ) );
-   EXPECT_EQ( entry.tepSetIs(), set );
-   EXPECT_EQ( set->size(), 3u );
-   EXPECT_EQ( set->coloredTep().begin()->first, ColoredTunnelEndpoint( prefix( "10.0.0.1/32" ) ) );
+   auto & set = entry.tepSetIs();
+   set.coloredTepIs( ColoredTunnelEndpoint( prefix( "10.0.0.2/32" ) ) );
+   set.coloredTepIs( ColoredTunnelEndpoint( prefix( "10.0.0.1/32" ), 3 ) );
+   set.coloredTepIs( ColoredTunnelEndpoint( prefix( "10.0.0.1/32" ) ) );
+   set.coloredTepIs( ColoredTunnelEndpoint( prefix( "10.0.0.1/32" ) ) );
+   EXPECT_EQ( entry.tepSetIs().size(), 3u );
+   EXPECT_EQ( set.coloredTep().begin()->first, ColoredTunnelEndpoint( prefix( "10.0.0.1/32" ) ) );
+   set.coloredTepDel( ColoredTunnelEndpoint( prefix( "10.0.0.1/32" ), 3 ) );
+   EXPECT_FALSE( set.coloredTepHas( ColoredTunnelEndpoint( prefix( "10.0.0.1/32" ), 3 ) ) );
+   EXPECT_EQ( entry.tepSet()->size(), 2u );
    entry.tepSetDel();
    EXPECT_FALSE( entry.tepSet() );
-   EXPECT_NE( entry.tepSetIs(), set );
-   EXPECT_TRUE( entry.tepSet()->empty() );
+   EXPECT_TRUE( entry.tepSetIs().empty() );
 }
 
 TEST( ProtocolTunnelRibCollection, WrapperPerTypeKeptWhenAskedAgain ) {

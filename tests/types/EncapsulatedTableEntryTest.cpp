@@ -77,8 +77,8 @@ TEST( EncapsulatedTableEntry, GetEntryReadsTheTableOfTheIdsType ) {
    got = EncapsulatedTableEntry::getEntry( policyId, entities );
    EXPECT_EQ( got.entry().pref(), 255 );
    auto teps = got.tunnelEndpointSet();
-   EXPECT_EQ( teps->size(), 1u );
-   EXPECT_TRUE( teps->coloredTepHas( ColoredTunnelEndpoint( prefix( "10.0.0.5/32" ), 100 ) ) );
+   EXPECT_EQ( teps.size(), 1u );
+   EXPECT_TRUE( teps.coloredTepHas( ColoredTunnelEndpoint( prefix( "10.0.0.5/32" ), 100 ) ) );
 
    // Types without a table read here give the empty entry even when a table
    // holds the id.
@@ -98,17 +98,15 @@ TEST( EncapsulatedTableEntry, EndpointsIgpCostPrefAndStringForm ) {
    entry.entryIs( ler.entry() );
    entry.rsvpLerEntryIs( ler );
    auto teps = entry.tunnelEndpointSet();
-   EXPECT_EQ( teps->size(), 2u );
-   EXPECT_TRUE( teps->coloredTepHas( ColoredTunnelEndpoint( prefix( "10.0.0.1/32" ) ) ) );
+   EXPECT_EQ( teps.size(), 2u );
+   EXPECT_TRUE( teps.coloredTepHas( ColoredTunnelEndpoint( prefix( "10.0.0.1/32" ) ) ) );
    EXPECT_EQ( entry.igpCostPref(), 3u );
    // With a color every endpoint is colored.
    ler.colorIs( 7 );
    entry.rsvpLerEntryIs( ler );
    teps = entry.tunnelEndpointSet();
-   EXPECT_TRUE( teps->coloredTepHas( ColoredTunnelEndpoint( prefix( "10.0.0.2/32" ), 7 ) ) );
-   EXPECT_FALSE( teps->coloredTepHas( ColoredTunnelEndpoint( prefix( "10.0.0.2/32" ) ) ) );
-   // A new set each call.
-   EXPECT_NE( entry.tunnelEndpointSet().get(), teps.get() );
+   EXPECT_TRUE( teps.coloredTepHas( ColoredTunnelEndpoint( prefix( "10.0.0.2/32" ), 7 ) ) );
+   EXPECT_FALSE( teps.coloredTepHas( ColoredTunnelEndpoint( prefix( "10.0.0.2/32" ) ) ) );
 
    // Only the kind of the id's type counts: a static id has no IGP-cost
    // preference even if another field holds one.
