@@ -116,8 +116,7 @@ void TunnelRibBuilderSmBase::adoptCandidate( TunnelId tunnelId, const ColoredTun
    TunnelTableEntry candidate = entry.entry();
    candidate.tunnelIdIs( tunnelId );
    candidate.prefIs( getPreference( entry.entry() ) );
-   internalTunnelRib_->entryIs( tep );
-   internalTunnelRib_->entry( tep )->entryIs( candidate, true );
+   internalTunnelRib_->entryIs( tep ).entryIs( candidate, true );
 }
 
 void TunnelRibBuilderSmBase::removeStaleProtoTunnelRibEntries() {

@@ -197,14 +197,14 @@ void TunnelRibBuilderSmBase::doUpdateLocalCollectionsAndTunnelRib(
          return;
       }
       const TunnelEntryPref pref = getPreference( entry.entry() );
-      const auto candidates = internalTunnelRib_->entryIs( tep );
-      removeCandidates( *candidates, tunnelId, &pref );
+      TunnelTableOrderedEntry & candidates = internalTunnelRib_->entryIs( tep );
+      removeCandidates( candidates, tunnelId, &pref );
       // The candidate competes with the preference the filter gives it, not
       // with the one its protocol published.
       TunnelTableEntry candidate = entry.entry();
       candidate.tunnelIdIs( tunnelId );
       candidate.prefIs( pref );
-      candidates->entryIs( candidate, true );
+      candidates.entryIs( candidate, true );
       doUpdateTunnelRibEntry( entry, tep, true );
       return;
    }

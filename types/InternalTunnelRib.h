@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
 
-#include "platform/vel/Collection.h"
 #include "platform/vel/Ptr.h"
 #include "types/ColoredTunnelEndpoint.h"
 #include "types/TunnelTableOrderedEntry.h"
@@ -10,28 +10,29 @@
 namespace Tunnel::TunnelTable {
 
 // Every candidate tunnel per endpoint (an uncolored endpoint has no color),
-// in endpoint order.
+// in endpoint order. Each endpoint's candidates live in its node.
 class InternalTunnelRib : public Vel::PtrInterface {
  public:
-   using Coll = Vel::OrderedCollection< ColoredTunnelEndpoint, Vel::Ptr< TunnelTableOrderedEntry > >;
+   using Coll = std::map< ColoredTunnelEndpoint, TunnelTableOrderedEntry >;
 
    const Coll & entry() const noexcept { return entry_; }
-   // The endpoint's candidates, or null.
-   Vel::Ptr< TunnelTableOrderedEntry > entry( const ColoredTunnelEndpoint & tep ) const {
-      return entry_.get( tep );
+   // The endpoint's candidates, or null; valid until the endpoint's element
+   // is deleted.
+   TunnelTableOrderedEntry * entry( const ColoredTunnelEndpoint & tep ) {
+      auto at = entry_.find( tep );
+      return at == entry_.end() ? nullptr : &at->second;
    }
-   bool entryHas( const ColoredTunnelEndpoint & tep ) const { return entry_.has( tep ); }
+   const TunnelTableOrderedEntry * entry( const ColoredTunnelEndpoint & tep ) const {
+      auto at = entry_.find( tep );
+      return at == entry_.end() ? nullptr : &at->second;
+   }
+   bool entryHas( const ColoredTunnelEndpoint & tep ) const { return entry_.contains( tep ); }
    // The endpoint's candidates; an empty set for a new endpoint.
-   Vel::Ptr< TunnelTableOrderedEntry > entryIs( const ColoredTunnelEndpoint & tep ) {
-      if ( auto existing = entry( tep ) ) {
-         return existing;
-      }
-      auto candidates = Vel::make< TunnelTableOrderedEntry >( tep );
-      entry_.set( tep, candidates );
-      return candidates;
+   TunnelTableOrderedEntry & entryIs( const ColoredTunnelEndpoint & tep ) {
+      return entry_.try_emplace( tep, tep ).first->second;
    }
-   void entryDel( const ColoredTunnelEndpoint & tep ) { entry_.del( tep ); }
-   void entryDelAll() { entry_.delAll(); }
+   void entryDel( const ColoredTunnelEndpoint & tep ) { entry_.erase( tep ); }
+   void entryDelAll() { entry_.clear(); }
 
    std::size_t size() const noexcept { return entry_.size(); }
    bool empty() const noexcept { return entry_.empty(); }

@@ -1,19 +1,20 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 
-#include "platform/vel/Collection.h"
-#include "platform/vel/Ptr.h"
+#include "platform/vel/FlatMap.h"
 #include "types/ColoredTunnelEndpoint.h"
 #include "types/TunnelTableEntry.h"
 
 namespace Tunnel::TunnelTable {
 
 // The candidate tunnels of one endpoint, the key, kept in candidate order:
-// the first is the best.
-class TunnelTableOrderedEntry : public Vel::PtrInterface {
+// the first is the best. A plain value held in place by the internal RIB;
+// an endpoint's two or so candidates sit inside it.
+class TunnelTableOrderedEntry {
  public:
-   using Coll = Vel::SmallOrderedCollection< TunnelTableEntry, bool >;
+   using Coll = Vel::FlatMap< TunnelTableEntry, bool, std::less< TunnelTableEntry >, 2 >;
 
    explicit TunnelTableOrderedEntry( const ColoredTunnelEndpoint & coloredTep )
          : coloredTep_( coloredTep ) {}
@@ -21,10 +22,18 @@ class TunnelTableOrderedEntry : public Vel::PtrInterface {
    const ColoredTunnelEndpoint & coloredTep() const noexcept { return coloredTep_; }
 
    const Coll & entry() const noexcept { return entry_; }
-   bool entryHas( const TunnelTableEntry & candidate ) const { return entry_.has( candidate ); }
-   void entryIs( const TunnelTableEntry & candidate, bool value ) { entry_.set( candidate, value ); }
-   void entryDel( const TunnelTableEntry & candidate ) { entry_.del( candidate ); }
-   void entryDelAll() { entry_.delAll(); }
+   bool entryHas( const TunnelTableEntry & candidate ) const {
+      return entry_.find( candidate ) != entry_.end();
+   }
+   void entryIs( const TunnelTableEntry & candidate, bool value ) {
+      entry_.insert_or_assign( candidate, value );
+   }
+   void entryDel( const TunnelTableEntry & candidate ) {
+      if ( auto at = entry_.find( candidate ); at != entry_.end() ) {
+         entry_.erase( at );
+      }
+   }
+   void entryDelAll() { entry_.clear(); }
 
    Coll::const_iterator begin() const noexcept { return entry_.begin(); }
    Coll::const_iterator end() const noexcept { return entry_.end(); }
@@ -32,7 +41,7 @@ class TunnelTableOrderedEntry : public Vel::PtrInterface {
    bool empty() const noexcept { return entry_.empty(); }
 
  private:
-   const ColoredTunnelEndpoint coloredTep_;
+   ColoredTunnelEndpoint coloredTep_;
    Coll entry_;
 };
 

@@ -249,8 +249,8 @@ struct ModelTest : ::testing::Test {
          }
       }
       for ( const auto & [ tep, ordered ] : internal->entry() ) {
-         ASSERT_FALSE( ordered->empty() ) << tep;
-         for ( const auto & [ candidate, present ] : *ordered ) {
+         ASSERT_FALSE( ordered.empty() ) << tep;
+         for ( const auto & [ candidate, present ] : ordered ) {
             fromCandidates.insert( { candidate.tunnelId(), tep } );
          }
       }

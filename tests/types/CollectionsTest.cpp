@@ -76,13 +76,11 @@ TEST( TunnelTableOrderedEntry, BestCandidateFirst ) {
    const ColoredTunnelEndpoint tep( prefix( "10.0.0.1/32" ) );
    InternalTunnelRib rib;
    EXPECT_FALSE( rib.entry( tep ) );
-   auto candidates = rib.entryIs( tep );
-   EXPECT_EQ( rib.entryIs( tep ), candidates );
+   auto * candidates = &rib.entryIs( tep );
+   EXPECT_EQ( &rib.entryIs( tep ), candidates );
+   EXPECT_EQ( rib.entry( tep ), candidates );
    EXPECT_EQ( candidates->coloredTep(), tep );
 
-   std::vector< TunnelTableEntry > told;
-   auto reactor =
-      candidates->entry().react( [ & ]( const TunnelTableEntry & e ) { told.push_back( e ); } );
    const TunnelTableEntry sr2( TunnelId( TunnelType::srTunnel, 2 ), 10 );
    const TunnelTableEntry sr1( TunnelId( TunnelType::srTunnel, 1 ), 10 );
    const TunnelTableEntry ldp( TunnelId( TunnelType::ldpTunnel, 9 ), 10 );
@@ -100,7 +98,7 @@ TEST( TunnelTableOrderedEntry, BestCandidateFirst ) {
    EXPECT_EQ( candidates->size(), 4u );
    candidates->entryDel( ldp );
    EXPECT_EQ( candidates->begin()->first, sr1 );
-   EXPECT_EQ( told, ( std::vector{ worse, sr2, sr1, ldp, ldp } ) );
+   EXPECT_EQ( candidates->size(), 3u );
 
    rib.entryDel( tep );
    EXPECT_FALSE( rib.entryHas( tep ) );
