@@ -8,18 +8,18 @@ namespace Tunnel::TunnelTable {
 std::uint32_t EncapsulatedTableEntry::igpCostPref() const noexcept {
    switch ( tunnelId_.tunnelType() ) {
     case TunnelType::bgpLuTunnel:
-      return bgpLuEntry_.igpCostPref();
+      return bgpLuEntry().igpCostPref();
     case TunnelType::ldpTunnel:
-      return ldpEntry_.igpCostPref();
+      return ldpEntry().igpCostPref();
     case TunnelType::srTunnel:
     case TunnelType::ospfSrTunnel:
-      return srEntry_.igpCostPref();
+      return srEntry().igpCostPref();
     case TunnelType::nexthopGroupTunnel:
-      return nexthopGroupEntry_.igpCostPref();
+      return nexthopGroupEntry().igpCostPref();
     case TunnelType::srTePolicyTunnel:
-      return srTePolicyEntry_.igpCostPref();
+      return srTePolicyEntry().igpCostPref();
     case TunnelType::rsvpLerTunnel:
-      return rsvpLerEntry_.igpCostPref();
+      return rsvpLerEntry().igpCostPref();
     default:
       return 0;
    }
@@ -28,9 +28,9 @@ std::uint32_t EncapsulatedTableEntry::igpCostPref() const noexcept {
 ColoredTunnelEndpointList EncapsulatedTableEntry::tunnelEndpoints() const {
    std::optional< TunnelColor > color;
    if ( tunnelId_.tunnelType() == TunnelType::srTePolicyTunnel ) {
-      color = srTePolicyEntry_.color();
+      color = srTePolicyEntry().color();
    } else if ( tunnelId_.tunnelType() == TunnelType::rsvpLerTunnel ) {
-      color = rsvpLerEntry_.color();
+      color = rsvpLerEntry().color();
    }
    ColoredTunnelEndpointList teps;
    for ( unsigned i = 0; i < entry_.endpointCount(); ++i ) {
@@ -56,11 +56,11 @@ ColoredTunnelEndpointSet EncapsulatedTableEntry::tunnelEndpointSet() const {
 std::string EncapsulatedTableEntry::stringValue() const {
    std::ostringstream os;
    os << "Value('Tunnel::TunnelTable::EncapsulatedTableEntry', ** {'tunnelId': " << tunnelId_
-      << ", 'entry': " << entry_ << ", 'bgpLuEntry': " << bgpLuEntry_
-      << ", 'srEntry': " << srEntry_ << ", 'ldpEntry': " << ldpEntry_
-      << ", 'rsvpLerEntry': " << rsvpLerEntry_ << ", 'staticEntry': " << staticEntry_
-      << ", 'nexthopGroupEntry': " << nexthopGroupEntry_
-      << ", 'srTePolicyEntry': " << srTePolicyEntry_ << ", 'flexAlgoEntry': " << flexAlgoEntry_
+      << ", 'entry': " << entry_ << ", 'bgpLuEntry': " << bgpLuEntry()
+      << ", 'srEntry': " << srEntry() << ", 'ldpEntry': " << ldpEntry()
+      << ", 'rsvpLerEntry': " << rsvpLerEntry() << ", 'staticEntry': " << staticEntry()
+      << ", 'nexthopGroupEntry': " << nexthopGroupEntry()
+      << ", 'srTePolicyEntry': " << srTePolicyEntry() << ", 'flexAlgoEntry': " << flexAlgoEntry()
       << "})";
    return os.str();
 }

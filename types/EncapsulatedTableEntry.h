@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <ostream>
 #include <string>
+#include <type_traits>
+#include <variant>
 
 #include "platform/mirra/Collection.h"
 #include "platform/vel/Ptr.h"
@@ -42,24 +44,31 @@ class EncapsulatedTableEntry {
    void tunnelIdIs( TunnelId id ) noexcept { tunnelId_ = id; }
    const TunnelTableEntry & entry() const noexcept { return entry_; }
    void entryIs( const TunnelTableEntry & entry ) { entry_ = entry; }
-   const BgpLuTunnelTableEntry & bgpLuEntry() const noexcept { return bgpLuEntry_; }
-   void bgpLuEntryIs( const BgpLuTunnelTableEntry & e ) { bgpLuEntry_ = e; }
-   const SrTunnelTableEntry & srEntry() const noexcept { return srEntry_; }
-   void srEntryIs( const SrTunnelTableEntry & e ) { srEntry_ = e; }
-   const LdpTunnelTableEntry & ldpEntry() const noexcept { return ldpEntry_; }
-   void ldpEntryIs( const LdpTunnelTableEntry & e ) { ldpEntry_ = e; }
-   const RsvpLerTunnelTableEntry & rsvpLerEntry() const noexcept { return rsvpLerEntry_; }
-   void rsvpLerEntryIs( const RsvpLerTunnelTableEntry & e ) { rsvpLerEntry_ = e; }
-   const StaticTunnelTableEntry & staticEntry() const noexcept { return staticEntry_; }
-   void staticEntryIs( const StaticTunnelTableEntry & e ) { staticEntry_ = e; }
+   // A kind that is not held reads as its default value.
+   const BgpLuTunnelTableEntry & bgpLuEntry() const noexcept { return held< bgpLu >(); }
+   void bgpLuEntryIs( const BgpLuTunnelTableEntry & e ) { held_.emplace< bgpLu >( e ); }
+   const SrTunnelTableEntry & srEntry() const noexcept { return held< sr >(); }
+   void srEntryIs( const SrTunnelTableEntry & e ) { held_.emplace< sr >( e ); }
+   const LdpTunnelTableEntry & ldpEntry() const noexcept { return held< ldp >(); }
+   void ldpEntryIs( const LdpTunnelTableEntry & e ) { held_.emplace< ldp >( e ); }
+   const RsvpLerTunnelTableEntry & rsvpLerEntry() const noexcept { return held< rsvpLer >(); }
+   void rsvpLerEntryIs( const RsvpLerTunnelTableEntry & e ) { held_.emplace< rsvpLer >( e ); }
+   const StaticTunnelTableEntry & staticEntry() const noexcept { return held< staticKind >(); }
+   void staticEntryIs( const StaticTunnelTableEntry & e ) { held_.emplace< staticKind >( e ); }
    const NexthopGroupTunnelTableEntry & nexthopGroupEntry() const noexcept {
-      return nexthopGroupEntry_;
+      return held< nexthopGroup >();
    }
-   void nexthopGroupEntryIs( const NexthopGroupTunnelTableEntry & e ) { nexthopGroupEntry_ = e; }
-   const SrTePolicyTunnelTableEntry & srTePolicyEntry() const noexcept { return srTePolicyEntry_; }
-   void srTePolicyEntryIs( const SrTePolicyTunnelTableEntry & e ) { srTePolicyEntry_ = e; }
-   const FlexAlgoTunnelTableEntry & flexAlgoEntry() const noexcept { return flexAlgoEntry_; }
-   void flexAlgoEntryIs( const FlexAlgoTunnelTableEntry & e ) { flexAlgoEntry_ = e; }
+   void nexthopGroupEntryIs( const NexthopGroupTunnelTableEntry & e ) {
+      held_.emplace< nexthopGroup >( e );
+   }
+   const SrTePolicyTunnelTableEntry & srTePolicyEntry() const noexcept {
+      return held< srTePolicy >();
+   }
+   void srTePolicyEntryIs( const SrTePolicyTunnelTableEntry & e ) {
+      held_.emplace< srTePolicy >( e );
+   }
+   const FlexAlgoTunnelTableEntry & flexAlgoEntry() const noexcept { return held< flexAlgo >(); }
+   void flexAlgoEntryIs( const FlexAlgoTunnelTableEntry & e ) { held_.emplace< flexAlgo >( e ); }
 
    // The IGP-cost preference of the protocol entry of the id's type; 0 for
    // types that carry none.
@@ -75,18 +84,19 @@ class EncapsulatedTableEntry {
 
    // True when the entry holds more than its tunnel id.
    explicit operator bool() const {
-      // Field by field against one shared empty value: a found entry differs
-      // at once in its generic part, and nothing is built to compare.
-      static const EncapsulatedTableEntry empty;
-      return !( entry_ == empty.entry_ && bgpLuEntry_ == empty.bgpLuEntry_ &&
-                srEntry_ == empty.srEntry_ && ldpEntry_ == empty.ldpEntry_ &&
-                rsvpLerEntry_ == empty.rsvpLerEntry_ && staticEntry_ == empty.staticEntry_ &&
-                nexthopGroupEntry_ == empty.nexthopGroupEntry_ &&
-                srTePolicyEntry_ == empty.srTePolicyEntry_ &&
-                flexAlgoEntry_ == empty.flexAlgoEntry_ );
+      static const TunnelTableEntry emptyEntry;
+      return !( entry_ == emptyEntry && heldIsDefault() );
    }
-   friend bool operator==( const EncapsulatedTableEntry &,
-                           const EncapsulatedTableEntry & ) = default;
+   // Kinds compare as if every kind were held, the others at their default.
+   friend bool operator==( const EncapsulatedTableEntry & a, const EncapsulatedTableEntry & b ) {
+      if ( a.tunnelId_ != b.tunnelId_ || !( a.entry_ == b.entry_ ) ) {
+         return false;
+      }
+      if ( a.held_.index() == b.held_.index() ) {
+         return a.held_ == b.held_;
+      }
+      return a.heldIsDefault() && b.heldIsDefault();
+   }
 
    std::string stringValue() const;
    friend std::ostream & operator<<( std::ostream & os, const EncapsulatedTableEntry & e ) {
@@ -98,16 +108,51 @@ class EncapsulatedTableEntry {
    template< class TablePtr, class Entry >
    void fill( const TablePtr & table, void ( EncapsulatedTableEntry::*field )( const Entry & ) );
 
+   // The kinds, by their index in Held. LDP and flex-algo entries share a
+   // type, so the kind is told by index, never by type.
+   enum Kind : std::size_t {
+      none,
+      bgpLu,
+      sr,
+      ldp,
+      rsvpLer,
+      staticKind,
+      nexthopGroup,
+      srTePolicy,
+      flexAlgo
+   };
+   using Held = std::variant< std::monostate, BgpLuTunnelTableEntry, SrTunnelTableEntry,
+                              LdpTunnelTableEntry, RsvpLerTunnelTableEntry,
+                              StaticTunnelTableEntry, NexthopGroupTunnelTableEntry,
+                              SrTePolicyTunnelTableEntry, FlexAlgoTunnelTableEntry >;
+
+   template< Kind K >
+   const std::variant_alternative_t< K, Held > & held() const noexcept {
+      if ( held_.index() == K ) {
+         return *std::get_if< K >( &held_ );
+      }
+      static const std::variant_alternative_t< K, Held > defaultValue;
+      return defaultValue;
+   }
+   bool heldIsDefault() const {
+      return std::visit(
+         []( const auto & value ) {
+            using T = std::decay_t< decltype( value ) >;
+            if constexpr ( std::is_same_v< T, std::monostate > ) {
+               return true;
+            } else {
+               static const T defaultValue;
+               return value == defaultValue;
+            }
+         },
+         held_ );
+   }
+
    TunnelId tunnelId_;
    TunnelTableEntry entry_;
-   BgpLuTunnelTableEntry bgpLuEntry_;
-   SrTunnelTableEntry srEntry_;
-   LdpTunnelTableEntry ldpEntry_;
-   RsvpLerTunnelTableEntry rsvpLerEntry_;
-   StaticTunnelTableEntry staticEntry_;
-   NexthopGroupTunnelTableEntry nexthopGroupEntry_;
-   SrTePolicyTunnelTableEntry srTePolicyEntry_;
-   FlexAlgoTunnelTableEntry flexAlgoEntry_;
+   // Only the protocol entry of the id's kind: one of the large entries
+   // instead of every kind side by side.
+   Held held_;
 };
 
 template< class TablePtr, class Entry >
