@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <unordered_map>
 #include <unordered_set>
@@ -11,6 +12,7 @@
 #include "platform/mox/DumpContext.h"
 #include "platform/mox/Task.h"
 #include "platform/mox/TaskScheduler.h"
+#include "platform/vel/NodePool.h"
 #include "platform/vel/Ptr.h"
 #include "platform/vel/Reactor.h"
 #include "rib/TunnelTableEntryFilter.h"
@@ -40,7 +42,12 @@ class TunnelRibBuilderSmBase : public TableEntrySm {
    // element is too large for a flat table, whose empty slots would cost
    // more than a node. Its order shows nowhere.
    using TunnelIdToTepSetColl =
-      std::unordered_map< TunnelId, TunnelIdToTepEntrySet, TunnelIdWordHash >;
+      std::unordered_map< TunnelId, TunnelIdToTepEntrySet, TunnelIdWordHash,
+                          std::equal_to< TunnelId >,
+                          Vel::PoolAllocator< std::pair< const TunnelId, TunnelIdToTepEntrySet > > >;
+   // Its hash and the order of insertion fix the order of review.
+   using ReviewBacklog = std::unordered_set< TunnelId, std::hash< TunnelId >,
+                                             std::equal_to< TunnelId >, Vel::PoolAllocator< TunnelId > >;
 
    static constexpr Mox::TaskPriority taskPriority{ 2 };
    static constexpr const char * taskName = "TunnelRibsm";
@@ -114,7 +121,7 @@ class TunnelRibBuilderSmBase : public TableEntrySm {
    const TunnelIdToTepEntrySet * tunnelIdToTepSet( TunnelId tunnelId ) const;
 
    // --- Review backlog.
-   const std::unordered_set< TunnelId > & tunnelForReview() const noexcept {
+   const ReviewBacklog & tunnelForReview() const noexcept {
       return tunnelForReview_;
    }
    void tunnelForReviewIs( TunnelId tunnelId );
@@ -224,10 +231,16 @@ class TunnelRibBuilderSmBase : public TableEntrySm {
    Vel::PtrConst< TunnelRibConfig > tunnelRibConfig_;
    Vel::Ptr< Gr::TunnelRibGrStatus > tunnelRibGrStatus_;
 
-   TunnelIdToTepSetColl tunnelIdToTepSet_;
+   // Each pool before the container that gives its nodes back to it.
+   Vel::NodePool tunnelIdToTepSetPool_;
+   TunnelIdToTepSetColl tunnelIdToTepSet_{ 0, TunnelIdWordHash(), std::equal_to< TunnelId >(),
+                                           TunnelIdToTepSetColl::allocator_type(
+                                              &tunnelIdToTepSetPool_ ) };
    Vel::Ptr< InternalTunnelRib > internalTunnelRib_;
 
-   std::unordered_set< TunnelId > tunnelForReview_;
+   Vel::NodePool tunnelForReviewPool_;
+   ReviewBacklog tunnelForReview_{ 0, std::hash< TunnelId >(), std::equal_to< TunnelId >(),
+                                   ReviewBacklog::allocator_type( &tunnelForReviewPool_ ) };
    TunnelId tunnelReviewBookmark_;
    ColoredTunnelEndpoint tepBookmark_;
    double tunnelReviewDelay_ = defaultTunnelReviewDelay;

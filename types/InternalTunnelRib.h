@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <map>
 
+#include "platform/vel/NodePool.h"
 #include "platform/vel/Ptr.h"
 #include "types/ColoredTunnelEndpoint.h"
 #include "types/TunnelTableOrderedEntry.h"
@@ -13,7 +14,9 @@ namespace Tunnel::TunnelTable {
 // in endpoint order. Each endpoint's candidates live in its node.
 class InternalTunnelRib : public Vel::PtrInterface {
  public:
-   using Coll = std::map< ColoredTunnelEndpoint, TunnelTableOrderedEntry >;
+   using Coll = Vel::PooledMap< ColoredTunnelEndpoint, TunnelTableOrderedEntry >;
+
+   InternalTunnelRib() : entry_( Coll::key_compare(), Coll::allocator_type( &pool_ ) ) {}
 
    const Coll & entry() const noexcept { return entry_; }
    // The endpoint's candidates, or null; valid until the endpoint's element
@@ -38,6 +41,8 @@ class InternalTunnelRib : public Vel::PtrInterface {
    bool empty() const noexcept { return entry_.empty(); }
 
  private:
+   // Before the map, which gives its nodes back to it.
+   Vel::NodePool pool_;
    Coll entry_;
 };
 

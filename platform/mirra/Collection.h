@@ -119,7 +119,8 @@ class Collection {
    bool corrupted_ = false;
 };
 
+// The large shared tables: their nodes come from a pool of the table's own.
 template< class K, class V, class Less = std::less< K > >
-using OrderedCollection = Collection< K, V, std::map< K, V, Less > >;
+using OrderedCollection = Collection< K, V, Vel::PooledMap< K, V, Less > >;
 
 } // namespace Mirra

@@ -2,11 +2,13 @@
 
 #include <functional>
 #include <map>
+#include <type_traits>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "platform/vel/FlatMap.h"
+#include "platform/vel/NodePool.h"
 #include "platform/vel/Reactor.h"
 
 namespace Vel {
@@ -15,10 +17,16 @@ namespace Vel {
 // notifies the key that changed.
 template< class K, class V, class Map = std::unordered_map< K, V > >
 class Collection {
+   static constexpr bool pooled = UsesNodePool< Map >::value;
+
  public:
    using Key = K;
    using Value = V;
    using const_iterator = typename Map::const_iterator;
+
+   Collection() : map_( makeMap( pool_ ) ) {}
+   Collection( const Collection & ) = delete;
+   Collection & operator=( const Collection & ) = delete;
 
    bool has( const K & key ) const { return map_.find( key ) != map_.end(); }
    const V * find( const K & key ) const {
@@ -95,6 +103,18 @@ class Collection {
    }
 
  private:
+   struct NoPool {};
+   using Pool = std::conditional_t< pooled, NodePool, NoPool >;
+   static Map makeMap( Pool & pool ) {
+      if constexpr ( pooled ) {
+         return Map( typename Map::key_compare(), typename Map::allocator_type( &pool ) );
+      } else {
+         return Map();
+      }
+   }
+
+   // Before the map, which gives its nodes back to it.
+   [[no_unique_address]] Pool pool_;
    Map map_;
    mutable Signal< const K & > changed_;
 };

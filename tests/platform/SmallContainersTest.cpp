@@ -13,6 +13,7 @@
 #include "platform/vel/FlatHashMap.h"
 #include "platform/vel/FlatMap.h"
 #include "platform/vel/InlineVector.h"
+#include "platform/vel/NodePool.h"
 
 namespace {
 
@@ -156,6 +157,34 @@ TEST( SmallContainers, FlatHashMapBehavesAsAHashMapThroughCollisionsAndGrowth ) 
    EXPECT_FALSE( a == b );
    EXPECT_FALSE( a.try_emplace( 5, 50 ).second );
    EXPECT_EQ( a[ 5 ], 5 );
+}
+
+// Nodes recycled through the pool keep the map exact; a copy of the map
+// allocates on its own, so it outlives the pool.
+TEST( SmallContainers, PooledMapRecyclesNodesAndCopiesStandAlone ) {
+   std::mt19937 random( 7 );
+   std::map< unsigned, std::string > model;
+   std::map< unsigned, std::string > copy;
+   {
+      Vel::NodePool pool;
+      using Pooled = Vel::PooledMap< unsigned, std::string >;
+      Pooled pooled{ std::less< unsigned >{}, Pooled::allocator_type( &pool ) };
+      for ( unsigned op = 0; op < 5000; ++op ) {
+         const unsigned key = random() % 300;
+         if ( random() % 3 == 0 ) {
+            ASSERT_EQ( pooled.erase( key ), model.erase( key ) );
+         } else {
+            pooled.insert_or_assign( key, "value " + std::to_string( op ) );
+            model.insert_or_assign( key, "value " + std::to_string( op ) );
+         }
+         ASSERT_TRUE( std::equal( pooled.begin(), pooled.end(), model.begin(), model.end() ) )
+            << "op " << op;
+      }
+      const auto standAlone = pooled;
+      EXPECT_EQ( standAlone.get_allocator().pool(), nullptr );
+      copy.insert( standAlone.begin(), standAlone.end() );
+   }
+   EXPECT_EQ( copy, model );
 }
 
 TEST( SmallContainers, AddressesOrderByFamilyThenBytesAsNumbers ) {
