@@ -160,11 +160,17 @@ template< class Info, class Record >
 EncapId TunnelFibWriter::insertEncap( const char * signature, const Info & info, EncapType type,
                                       const char * typeText, EncapSet< Info > & set,
                                       void ( TunnelFib::TunnelFib::*publish )( const Record & ) ) {
-   EncapId id = idIn( set, info );
-   if ( id.isNull() ) {
-      id = nextFreeEncapId( type );
+   auto [ at, inserted ] = set.try_emplace( info );
+   EncapId id = at->second;
+   if ( inserted ) {
+      try {
+         id = nextFreeEncapId( type );
+      } catch ( ... ) {
+         set.erase( info );
+         throw;
+      }
+      at->second = id;
       ( *tunnelFib_.*publish )( Record( id, info ) );
-      set.emplace( info, id );
       VEL_TRACE_AS( signature, 9, "  Created ", typeText, " encapId ", id );
    } else {
       VEL_TRACE_AS( signature, 9, "  Found existing ", typeText, " encapId ", id );

@@ -4,6 +4,8 @@
 #include <optional>
 #include <unordered_map>
 
+#include "platform/vel/FlatHashMap.h"
+
 #include "fib/ConsolidatedTunnelFibEntry.h"
 #include "platform/mox/DumpContext.h"
 #include "platform/vel/Ptr.h"
@@ -18,8 +20,11 @@ namespace Tunnel::TunnelTable {
 // adopts what a previous run left in the FIB.
 class TunnelFibWriter : public Vel::PtrInterface {
  public:
+   // Value to id, and id to count: probed for every via written, iterated
+   // nowhere that order shows.
    template< class Info >
-   using EncapSet = std::unordered_map< Info, TunnelFib::EncapId, std::hash< Info > >;
+   using EncapSet = Vel::FlatHashMap< Info, TunnelFib::EncapId, std::hash< Info > >;
+   using EncapRefCounts = Vel::FlatHashMap< TunnelFib::EncapId, std::uint32_t >;
 
    explicit TunnelFibWriter( Vel::Ptr< TunnelFib::TunnelFib > tunnelFib );
 
@@ -58,7 +63,7 @@ class TunnelFibWriter : public Vel::PtrInterface {
    std::size_t labelStackEncapSets() const noexcept { return labelStackEncapSet_.size(); }
    std::uint32_t nextEncapIndex( TunnelFib::EncapType type ) const;
    std::uint32_t encapIdRefCount( TunnelFib::EncapId encapId ) const;
-   const std::unordered_map< TunnelFib::EncapId, std::uint32_t > & encapIdRefCount() const noexcept {
+   const EncapRefCounts & encapIdRefCount() const noexcept {
       return encapIdRefCount_;
    }
    bool initialized() const noexcept { return initialized_; }
@@ -79,7 +84,7 @@ class TunnelFibWriter : public Vel::PtrInterface {
    EncapSet< IpsecGreTunnelInfo > ipsecGreEncapSet_;
    EncapSet< Korvo::MplsLabelOperation > labelStackEncapSet_;
    std::unordered_map< TunnelFib::EncapType, std::uint32_t > nextEncapIndex_;
-   std::unordered_map< TunnelFib::EncapId, std::uint32_t > encapIdRefCount_;
+   EncapRefCounts encapIdRefCount_;
    bool initialized_ = false;
 };
 
