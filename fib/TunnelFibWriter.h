@@ -7,6 +7,7 @@
 #include "platform/vel/FlatHashMap.h"
 
 #include "fib/ConsolidatedTunnelFibEntry.h"
+#include "fib/EncapIdIndex.h"
 #include "platform/mox/DumpContext.h"
 #include "platform/vel/Ptr.h"
 #include "types/TunnelFib.h"
@@ -20,10 +21,8 @@ namespace Tunnel::TunnelTable {
 // adopts what a previous run left in the FIB.
 class TunnelFibWriter : public Vel::PtrInterface {
  public:
-   // Value to id, and id to count: probed for every via written, iterated
-   // nowhere that order shows.
-   template< class Info >
-   using EncapSet = Vel::FlatHashMap< Info, TunnelFib::EncapId, std::hash< Info > >;
+   // Id to count: probed for every via written, iterated nowhere that order
+   // shows.
    using EncapRefCounts = Vel::FlatHashMap< TunnelFib::EncapId, std::uint32_t >;
 
    explicit TunnelFibWriter( Vel::Ptr< TunnelFib::TunnelFib > tunnelFib );
@@ -72,17 +71,18 @@ class TunnelFibWriter : public Vel::PtrInterface {
    void dumpState( Mox::DumpContext & ctx, unsigned indent ) const;
 
  private:
-   template< class Info, class Record >
-   TunnelFib::EncapId insertEncap( const char * signature, const Info & info,
+   template< class Record >
+   TunnelFib::EncapId insertEncap( const char * signature, const typename Record::InfoType & info,
                                    TunnelFib::EncapType type, const char * typeText,
-                                   EncapSet< Info > & set,
+                                   EncapIdIndex< Record > & set,
                                    void ( TunnelFib::TunnelFib::*publish )( const Record & ) );
 
    Vel::Ptr< TunnelFib::TunnelFib > tunnelFib_;
-   EncapSet< GreTunnelInfo > greEncapSet_;
-   EncapSet< IpsecVtiTunnelInfo > ipsecVtiEncapSet_;
-   EncapSet< IpsecGreTunnelInfo > ipsecGreEncapSet_;
-   EncapSet< Korvo::MplsLabelOperation > labelStackEncapSet_;
+   // Value to id, per type.
+   EncapIdIndex< TunnelFib::GreEncap > greEncapSet_;
+   EncapIdIndex< TunnelFib::IpsecVtiEncap > ipsecVtiEncapSet_;
+   EncapIdIndex< TunnelFib::IpsecGreEncap > ipsecGreEncapSet_;
+   EncapIdIndex< TunnelFib::LabelStackEncap > labelStackEncapSet_;
    std::unordered_map< TunnelFib::EncapType, std::uint32_t > nextEncapIndex_;
    EncapRefCounts encapIdRefCount_;
    bool initialized_ = false;
