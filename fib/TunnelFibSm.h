@@ -36,8 +36,9 @@ namespace Tunnel::TunnelTable {
 // unprogrammable collection that the RIB builders watch.
 class TunnelFibSm : public Vel::PtrInterface {
  public:
-   // A tunnel to a set of tunnels; sets are dropped when they empty.
-   using DependencyMap = std::unordered_map< TunnelId, TunnelIdSet >;
+   // A tunnel to a set of tunnels; sets are dropped when they empty. Every
+   // computed tunnel probes them, so they are flat; their order shows nowhere.
+   using DependencyMap = TunnelIdHashMap< TunnelIdSet >;
 
    TunnelFibSm( Vel::Ptr< TunnelFib::TunnelFib > tunnelFib,
                 Vel::Ptr< TunnelIdColl > unprogrammableTunnelId,
@@ -263,7 +264,7 @@ class TunnelFibSm : public Vel::PtrInterface {
    std::vector< TunnelId > lowerTunnelsNotReady_;
    // Per tunnel with flags: the flags, with deferredBit when deferred.
    static constexpr std::uint8_t deferredBit = 0x80;
-   std::unordered_map< TunnelId, std::uint8_t > lastViaCalcFlags_;
+   TunnelIdHashMap< std::uint8_t > lastViaCalcFlags_;
    std::uint64_t tunnelFibUpdateCounter_ = 0;
    std::uint64_t tunnelFibComputeCounter_ = 0;
 

@@ -150,6 +150,18 @@ Flags viasOf( TunnelFibSm &, ConsolidatedTunnelFibEntry & cons,
    return Flags();
 }
 
+// The machine's contribution rule, read from the entry in hand rather than
+// looked up again.
+template< class Entry >
+bool contributes( const TunnelFibSm & sm, TunnelId tunnelId, const Entry & entry ) {
+   if constexpr ( std::is_same_v< Entry, BgpLuTunnelTableEntry > ) {
+      if ( tunnelId.tunnelType() == TunnelType::bgpLuTunnel ) {
+         return entry.contribution() == BgpLuContribution::contributing;
+      }
+   }
+   return sm.tunnelContributesToTunnelFib( tunnelId );
+}
+
 } // namespace
 
 TunnelFibCalcResult calculateTunnelFibEntryVias( TunnelFibSm & sm,
@@ -159,7 +171,7 @@ TunnelFibCalcResult calculateTunnelFibEntryVias( TunnelFibSm & sm,
       visitTunnelTableEntry( sm, consFibEntry.tunnelId(), [ & ]( const auto * entry ) {
          if ( !entry ) {
             result = { Flags(), true, false };
-         } else if ( !sm.tunnelContributesToTunnelFib( consFibEntry.tunnelId() ) ) {
+         } else if ( !contributes( sm, consFibEntry.tunnelId(), *entry ) ) {
             result = { Flags(), false, false };
          } else {
             result = { viasOf( sm, consFibEntry, *entry ), false, true };

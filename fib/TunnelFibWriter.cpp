@@ -12,31 +12,25 @@ namespace {
 
 constexpr const char * notImplemented = "encap type not implemented";
 
-template< class Set, class Key >
-EncapId idIn( const Set & set, const Key & key ) {
-   auto it = set.find( key );
-   return it == set.end() ? EncapId() : it->second;
-}
-
-// Takes a published encapsulation back: its value leaves the set and its
-// record the FIB. The set keeps a value that it maps to another id, which a
+// Takes a published encapsulation back: its value leaves the index and its
+// record the FIB. The index keeps a value that it maps to another id, which a
 // FIB adopted with an entry naming an unpublished id (whose record reads as
 // the default value) would otherwise cost a live encapsulation.
-template< class Set, class Record >
-void withdrawEncap( Set & set, const Record & record, EncapId encapId,
+template< class Record >
+void withdrawEncap( EncapIdIndex< Record > & set, const Record & record, EncapId encapId,
                     TunnelFib::TunnelFib & tunnelFib,
                     void ( TunnelFib::TunnelFib::*withdraw )( EncapId ) ) {
-   auto it = set.find( record.info() );
-   if ( it != set.end() && it->second == encapId ) {
-      set.erase( it );
-   }
+   set.eraseIfMappedTo( record.info(), encapId );
    ( tunnelFib.*withdraw )( encapId );
 }
 
 } // namespace
 
 TunnelFibWriter::TunnelFibWriter( Vel::Ptr< TunnelFib::TunnelFib > tunnelFib )
-      : tunnelFib_( std::move( tunnelFib ) ) {
+      : tunnelFib_( std::move( tunnelFib ) ), greEncapSet_( tunnelFib_->greEncap() ),
+        ipsecVtiEncapSet_( tunnelFib_->ipsecVtiEncap() ),
+        ipsecGreEncapSet_( tunnelFib_->ipsecGreEncap() ),
+        labelStackEncapSet_( tunnelFib_->labelStackEncap() ) {
    handleInitialized();
 }
 
@@ -49,16 +43,16 @@ void TunnelFibWriter::handleInitialized() {
       } );
    }
    for ( const auto & [ id, record ] : tunnelFib_->labelStackEncap() ) {
-      labelStackEncapSet_.insert_or_assign( record.info(), id );
+      labelStackEncapSet_.insertOrAssign( record.info(), id );
    }
    for ( const auto & [ id, record ] : tunnelFib_->greEncap() ) {
-      greEncapSet_.insert_or_assign( record.info(), id );
+      greEncapSet_.insertOrAssign( record.info(), id );
    }
    for ( const auto & [ id, record ] : tunnelFib_->ipsecGreEncap() ) {
-      ipsecGreEncapSet_.insert_or_assign( record.info(), id );
+      ipsecGreEncapSet_.insertOrAssign( record.info(), id );
    }
    for ( const auto & [ id, record ] : tunnelFib_->ipsecVtiEncap() ) {
-      ipsecVtiEncapSet_.insert_or_assign( record.info(), id );
+      ipsecVtiEncapSet_.insertOrAssign( record.info(), id );
    }
 }
 
@@ -156,15 +150,16 @@ void TunnelFibWriter::deregisterEncaps( const TunnelFib::TunnelFibEntry & fibEnt
 // The part the four inserts share: find the value's id or publish it under a
 // new one, then count the reference. `signature` keeps the caller's name on
 // the trace lines.
-template< class Info, class Record >
-EncapId TunnelFibWriter::insertEncap( const char * signature, const Info & info, EncapType type,
-                                      const char * typeText, EncapSet< Info > & set,
+template< class Record >
+EncapId TunnelFibWriter::insertEncap( const char * signature, const typename Record::InfoType & info,
+                                      EncapType type, const char * typeText,
+                                      EncapIdIndex< Record > & set,
                                       void ( TunnelFib::TunnelFib::*publish )( const Record & ) ) {
-   EncapId id = idIn( set, info );
+   EncapId id = set.find( info );
    if ( id.isNull() ) {
       id = nextFreeEncapId( type );
       ( *tunnelFib_.*publish )( Record( id, info ) );
-      set.emplace( info, id );
+      set.insertOrAssign( info, id );
       VEL_TRACE_AS( signature, 9, "  Created ", typeText, " encapId ", id );
    } else {
       VEL_TRACE_AS( signature, 9, "  Found existing ", typeText, " encapId ", id );
@@ -273,16 +268,16 @@ bool TunnelFibWriter::encapIdUsed( EncapId encapId ) const {
 // --- State.
 
 EncapId TunnelFibWriter::greEncapSet( const GreTunnelInfo & info ) const {
-   return idIn( greEncapSet_, info );
+   return greEncapSet_.find( info );
 }
 EncapId TunnelFibWriter::ipsecVtiEncapSet( const IpsecVtiTunnelInfo & info ) const {
-   return idIn( ipsecVtiEncapSet_, info );
+   return ipsecVtiEncapSet_.find( info );
 }
 EncapId TunnelFibWriter::ipsecGreEncapSet( const IpsecGreTunnelInfo & info ) const {
-   return idIn( ipsecGreEncapSet_, info );
+   return ipsecGreEncapSet_.find( info );
 }
 EncapId TunnelFibWriter::labelStackEncapSet( const Korvo::MplsLabelOperation & op ) const {
-   return idIn( labelStackEncapSet_, op );
+   return labelStackEncapSet_.find( op );
 }
 
 std::uint32_t TunnelFibWriter::nextEncapIndex( EncapType type ) const {

@@ -4,7 +4,10 @@
 #include <optional>
 #include <unordered_map>
 
+#include "platform/vel/FlatHashMap.h"
+
 #include "fib/ConsolidatedTunnelFibEntry.h"
+#include "fib/EncapIdIndex.h"
 #include "platform/mox/DumpContext.h"
 #include "platform/vel/Ptr.h"
 #include "types/TunnelFib.h"
@@ -18,8 +21,9 @@ namespace Tunnel::TunnelTable {
 // adopts what a previous run left in the FIB.
 class TunnelFibWriter : public Vel::PtrInterface {
  public:
-   template< class Info >
-   using EncapSet = std::unordered_map< Info, TunnelFib::EncapId, std::hash< Info > >;
+   // Id to count: probed for every via written, iterated nowhere that order
+   // shows.
+   using EncapRefCounts = Vel::FlatHashMap< TunnelFib::EncapId, std::uint32_t >;
 
    explicit TunnelFibWriter( Vel::Ptr< TunnelFib::TunnelFib > tunnelFib );
 
@@ -58,7 +62,7 @@ class TunnelFibWriter : public Vel::PtrInterface {
    std::size_t labelStackEncapSets() const noexcept { return labelStackEncapSet_.size(); }
    std::uint32_t nextEncapIndex( TunnelFib::EncapType type ) const;
    std::uint32_t encapIdRefCount( TunnelFib::EncapId encapId ) const;
-   const std::unordered_map< TunnelFib::EncapId, std::uint32_t > & encapIdRefCount() const noexcept {
+   const EncapRefCounts & encapIdRefCount() const noexcept {
       return encapIdRefCount_;
    }
    bool initialized() const noexcept { return initialized_; }
@@ -67,19 +71,20 @@ class TunnelFibWriter : public Vel::PtrInterface {
    void dumpState( Mox::DumpContext & ctx, unsigned indent ) const;
 
  private:
-   template< class Info, class Record >
-   TunnelFib::EncapId insertEncap( const char * signature, const Info & info,
+   template< class Record >
+   TunnelFib::EncapId insertEncap( const char * signature, const typename Record::InfoType & info,
                                    TunnelFib::EncapType type, const char * typeText,
-                                   EncapSet< Info > & set,
+                                   EncapIdIndex< Record > & set,
                                    void ( TunnelFib::TunnelFib::*publish )( const Record & ) );
 
    Vel::Ptr< TunnelFib::TunnelFib > tunnelFib_;
-   EncapSet< GreTunnelInfo > greEncapSet_;
-   EncapSet< IpsecVtiTunnelInfo > ipsecVtiEncapSet_;
-   EncapSet< IpsecGreTunnelInfo > ipsecGreEncapSet_;
-   EncapSet< Korvo::MplsLabelOperation > labelStackEncapSet_;
+   // Value to id, per type.
+   EncapIdIndex< TunnelFib::GreEncap > greEncapSet_;
+   EncapIdIndex< TunnelFib::IpsecVtiEncap > ipsecVtiEncapSet_;
+   EncapIdIndex< TunnelFib::IpsecGreEncap > ipsecGreEncapSet_;
+   EncapIdIndex< TunnelFib::LabelStackEncap > labelStackEncapSet_;
    std::unordered_map< TunnelFib::EncapType, std::uint32_t > nextEncapIndex_;
-   std::unordered_map< TunnelFib::EncapId, std::uint32_t > encapIdRefCount_;
+   EncapRefCounts encapIdRefCount_;
    bool initialized_ = false;
 };
 

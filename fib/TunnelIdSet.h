@@ -1,17 +1,18 @@
 #pragma once
 
 #include <algorithm>
-#include <vector>
 
+#include "platform/vel/InlineVector.h"
 #include "types/TunnelId.h"
 
 namespace Tunnel::TunnelTable {
 
 // A small set of tunnel ids in id order, in one array: the tunnels one
-// tunnel rests on, or that rest on it, are few.
+// tunnel rests on, or that rest on it, are few, and the usual one lives
+// inline, costing no allocation.
 class TunnelIdSet {
  public:
-   using const_iterator = std::vector< TunnelId >::const_iterator;
+   using const_iterator = const TunnelId *;
 
    bool has( TunnelId id ) const { return std::binary_search( ids_.begin(), ids_.end(), id ); }
    void insert( TunnelId id ) {
@@ -34,7 +35,7 @@ class TunnelIdSet {
    friend bool operator==( const TunnelIdSet &, const TunnelIdSet & ) = default;
 
  private:
-   std::vector< TunnelId > ids_;
+   Vel::InlineVector< TunnelId, 1 > ids_;
 };
 
 } // namespace Tunnel::TunnelTable

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 #include "platform/mirra/Collection.h"
 #include "platform/statix/EntityManager.h"
@@ -28,6 +29,10 @@ class TunnelFib : public Statix::Mountable {
    TunnelFibEntry entry( TunnelTable::TunnelId id ) const { return entry_.lookup( id ); }
    const TunnelFibEntry * entryFind( TunnelTable::TunnelId id ) const { return entry_.find( id ); }
    void entryIs( const TunnelFibEntry & e ) { entry_.entryIs( e.tunnelId(), e ); }
+   void entryIs( TunnelFibEntry && e ) {
+      const TunnelTable::TunnelId id = e.tunnelId();
+      entry_.entryIs( id, std::move( e ) );
+   }
    void entryDel( TunnelTable::TunnelId id ) { entry_.entryDel( id ); }
 
    const EncapTable< GreEncap > & greEncap() const noexcept { return greEncap_; }

@@ -1,13 +1,16 @@
 #pragma once
 
+#include <algorithm>
 #include <compare>
 #include <cstddef>
+#include <cstdint>
 #include <iterator>
+#include <memory>
 #include <ostream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
-#include "platform/vel/InlineVector.h"
 #include "platform/vel/RangeException.h"
 #include "types/EncapId.h"
 #include "types/Via.h"
@@ -49,45 +52,99 @@ class TunnelVia {
 // Every FIB entry holds two (the first primary and the first backup via).
 static_assert( sizeof( TunnelVia ) == 56, "TunnelVia is held per tunnel: grow it on purpose" );
 
-// The vias of one list of a FIB entry, at most 600, the first InlineVias of
-// them inside the entry and the rest on the heap.
+// The vias of one list of a FIB entry, at most 600. A list of up to
+// InlineVias (0 or 1) vias keeps them inside the entry; a longer one moves
+// whole to a heap array behind one pointer, so the many entries with one
+// primary via and no backups carry no vector they do not use.
 template< std::size_t InlineVias >
 class TunnelViaListOf {
+   static_assert( InlineVias <= 1, "one inline via at most" );
+
  public:
    static constexpr unsigned maxSize = TunnelViaIndex::max + 1;
    using const_iterator = const TunnelVia *;
 
-   unsigned size() const noexcept { return static_cast< unsigned >( vias_.size() ); }
-   bool empty() const noexcept { return vias_.empty(); }
+   TunnelViaListOf() = default;
+   TunnelViaListOf( const TunnelViaListOf & other )
+         : inline_( other.inline_ ), inlineSize_( other.inlineSize_ ),
+           spilled_( other.spilled_ ? std::make_unique< Spilled >( *other.spilled_ ) : nullptr ) {}
+   TunnelViaListOf( TunnelViaListOf && ) noexcept = default;
+   TunnelViaListOf & operator=( const TunnelViaListOf & other ) {
+      if ( this != &other ) {
+         *this = TunnelViaListOf( other );
+      }
+      return *this;
+   }
+   TunnelViaListOf & operator=( TunnelViaListOf && ) noexcept = default;
+
+   unsigned size() const noexcept {
+      if ( spilled_ ) {
+         return static_cast< unsigned >( spilled_->size() );
+      }
+      if constexpr ( InlineVias > 0 ) {
+         return inlineSize_;
+      } else {
+         return 0;
+      }
+   }
+   bool empty() const noexcept { return size() == 0; }
    // An index past the list raises the TunnelViaIndex range error.
    const TunnelVia & operator[]( TunnelViaIndex i ) const {
       if ( i.value() >= size() ) {
          throw Vel::RangeException( TunnelViaIndex::rangeText() );
       }
-      return vias_[ i.value() ];
+      return data()[ i.value() ];
    }
    // Sets the via at an index up to the current size; at the size it appends.
    void viaIs( TunnelViaIndex i, const TunnelVia & via ) {
-      if ( i.value() > size() ) {
+      const unsigned count = size();
+      if ( i.value() > count ) {
          throw Vel::RangeException( TunnelViaIndex::rangeText() );
       }
-      if ( i.value() == size() ) {
-         vias_.push_back( via );
-      } else {
-         vias_[ i.value() ] = via;
+      if ( i.value() < count ) {
+         mutableData()[ i.value() ] = via;
+         return;
       }
+      if constexpr ( InlineVias > 0 ) {
+         if ( !spilled_ && inlineSize_ == 0 ) {
+            inline_ = via;
+            inlineSize_ = 1;
+            return;
+         }
+      }
+      spill( count + 1 );
+      spilled_->push_back( via );
    }
    // Appends; the 601st via raises the TunnelViaIndex range error.
    void add( const TunnelVia & via ) { viaIs( TunnelViaIndex::of( size() ), via ); }
-   void delAll() noexcept { vias_.clear(); }
-   void reserve( unsigned count ) { vias_.reserve( count ); }
+   void delAll() noexcept {
+      spilled_.reset();
+      if constexpr ( InlineVias > 0 ) {
+         inline_ = TunnelVia();
+         inlineSize_ = 0;
+      }
+   }
+   void reserve( unsigned count ) {
+      if ( count > InlineVias ) {
+         spill( count );
+      }
+   }
 
-   const_iterator begin() const noexcept { return vias_.begin(); }
-   const_iterator end() const noexcept { return vias_.end(); }
-   const TunnelVia * data() const noexcept { return vias_.data(); }
+   const TunnelVia * data() const noexcept {
+      if ( spilled_ ) {
+         return spilled_->data();
+      }
+      if constexpr ( InlineVias > 0 ) {
+         return &inline_;
+      } else {
+         return nullptr;
+      }
+   }
+   const_iterator begin() const noexcept { return data(); }
+   const_iterator end() const noexcept { return data() + size(); }
 
    friend bool operator==( const TunnelViaListOf & a, const TunnelViaListOf & b ) {
-      return a.vias_ == b.vias_;
+      return std::equal( a.begin(), a.end(), b.begin(), b.end() );
    }
 
    std::string stringValue() const {
@@ -99,12 +156,38 @@ class TunnelViaListOf {
    }
 
  private:
-   Vel::InlineVector< TunnelVia, InlineVias > vias_;
+   using Spilled = std::vector< TunnelVia >;
+   struct None {
+      friend bool operator==( None, None ) noexcept { return true; }
+   };
+
+   TunnelVia * mutableData() noexcept { return const_cast< TunnelVia * >( data() ); }
+   // Moves the inline via, if any, to the heap, with room for count.
+   void spill( unsigned count ) {
+      if ( !spilled_ ) {
+         spilled_ = std::make_unique< Spilled >();
+         spilled_->reserve( std::max( count, 4u ) );
+         if constexpr ( InlineVias > 0 ) {
+            if ( inlineSize_ > 0 ) {
+               spilled_->push_back( inline_ );
+               inline_ = TunnelVia();
+               inlineSize_ = 0;
+            }
+         }
+      } else {
+         spilled_->reserve( count );
+      }
+   }
+
+   [[no_unique_address]] std::conditional_t< InlineVias == 0, None, TunnelVia > inline_{};
+   [[no_unique_address]] std::conditional_t< InlineVias == 0, None, std::uint8_t > inlineSize_{};
+   // Every via while the list is longer than its inline room.
+   std::unique_ptr< Spilled > spilled_;
 };
 
 // Nearly every tunnel has one primary via: it lives inside the entry.
 using TunnelViaList = TunnelViaListOf< 1 >;
-// Few tunnels have backups: an empty backup list is only its heap handle.
+// Few tunnels have backups: an empty backup list is one null pointer.
 using BackupTunnelViaList = TunnelViaListOf< 0 >;
 
 } // namespace Tunnel::TunnelFib

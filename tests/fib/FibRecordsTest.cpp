@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <random>
 #include <string>
 #include <vector>
 
@@ -278,6 +279,88 @@ TEST( TunnelViaList, IndexesBeyondTheListOrItsBoundsAreRangeErrors ) {
    EXPECT_EQ( full[ 0 ].encapId(), encapId( EncapType::greEncap, 0 ) );
    EXPECT_EQ( failureText( [ & ] { full.add( v ); } ), rangeText );
    EXPECT_EQ( failureText( [ & ] { full[ 600 ]; } ), rangeText );
+}
+
+// Random writes, copies, moves and clears of both list kinds against a plain
+// vector: the lists move between their inline via and the heap both ways.
+template< class List >
+void checkListAgainstVector( std::uint32_t seed ) {
+   using Tunnel::TunnelFib::TunnelVia;
+   std::mt19937 rng( seed );
+   auto pick = [ & ]( unsigned n ) { return unsigned( rng() % n ); };
+   auto randomVia = [ & ] {
+      return TunnelVia( via( pick( 2 ) ? "10.0.0.1" : "10.0.0.2" ),
+                        encapId( EncapType::mplsLabelStackEncap, pick( 4 ) ) );
+   };
+   List list;
+   std::vector< TunnelVia > model;
+   for ( int step = 0; step < 2000; ++step ) {
+      switch ( pick( 8 ) ) {
+      case 0:
+      case 1:
+      case 2:
+         if ( model.size() < 7 ) {
+            const TunnelVia v = randomVia();
+            list.add( v );
+            model.push_back( v );
+         }
+         break;
+      case 3:
+         if ( !model.empty() ) {
+            const unsigned i = pick( unsigned( model.size() ) );
+            model[ i ] = randomVia();
+            list.viaIs( i, model[ i ] );
+         }
+         break;
+      case 4: {
+         List copy = list;
+         ASSERT_EQ( copy, list );
+         if ( !model.empty() ) {
+            // The copy owns its vias: writing it leaves the original alone.
+            copy.viaIs( 0, TunnelVia( via( "10.9.9.9" ), EncapId() ) );
+            ASSERT_FALSE( copy == list );
+         }
+         List assigned;
+         assigned.add( randomVia() );
+         assigned = list;
+         List moved = std::move( assigned );
+         list = moved;
+         break;
+      }
+      case 5:
+         if ( pick( 4 ) == 0 ) {
+            list.delAll();
+            model.clear();
+         }
+         break;
+      case 6:
+         list.reserve( pick( 6 ) );
+         break;
+      default: {
+         List rebuilt;
+         for ( const TunnelVia & v : model ) {
+            rebuilt.add( v );
+         }
+         ASSERT_EQ( rebuilt, list );
+         break;
+      }
+      }
+      ASSERT_EQ( list.size(), model.size() );
+      ASSERT_EQ( list.empty(), model.empty() );
+      ASSERT_TRUE( std::equal( list.begin(), list.end(), model.begin(), model.end() ) )
+         << "step " << step;
+      for ( unsigned i = 0; i < model.size(); ++i ) {
+         ASSERT_EQ( list[ i ], model[ i ] );
+      }
+      ASSERT_THROW( list[ unsigned( model.size() ) ], Vel::RangeException );
+   }
+}
+
+TEST( TunnelViaList, BehavesAsAVectorInlineOrSpilled ) {
+   for ( std::uint32_t seed = 1; seed <= 20; ++seed ) {
+      checkListAgainstVector< Tunnel::TunnelFib::TunnelViaList >( seed );
+      checkListAgainstVector< Tunnel::TunnelFib::BackupTunnelViaList >( seed );
+   }
 }
 
 } // namespace

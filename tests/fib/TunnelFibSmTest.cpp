@@ -145,7 +145,8 @@ TEST( TunnelFibSm, LowerTunnelsThatCannotCarryAViaSayWhy ) {
    };
    EXPECT_EQ( resolve( bgpLu( 1 ), ldp( 9 ) ), R( R::recTunMissing ) );
    // A failing via still records the edge, so the tunnel follows the lower one.
-   EXPECT_TRUE( w.sm()->directlyDependentTunnels().at( ldp( 9 ) ).has( bgpLu( 1 ) ) );
+   ASSERT_TRUE( w.sm()->directlyDependentTunnels().contains( ldp( 9 ) ) );
+   EXPECT_TRUE( w.sm()->directlyDependentTunnels().find( ldp( 9 ) )->second.has( bgpLu( 1 ) ) );
    w.bgpLuEntry( bgpLu( 2 ), { out( "10.1.1.2", "Ethernet1" ) }, push( { 5 } ), false );
    w.drain();
    EXPECT_EQ( resolve( bgpLu( 1 ), bgpLu( 2 ) ), R( R::recTunNonContrib ) );
@@ -167,7 +168,8 @@ TEST( TunnelFibSm, ACycleOfTunnelsEndsWithBothUnprogrammable ) {
    w.srEntry( sr( 1 ), { via( "10.1.1.2", "Ethernet1", { 16001 } ) } );
    w.bgpLuEntry( bgpLu( 1 ), { over( sr( 1 ) ) }, push( { 100 } ) );
    w.drain();
-   EXPECT_TRUE( w.sm()->resolvedByTunnels().at( bgpLu( 1 ) ).has( sr( 1 ) ) );
+   ASSERT_TRUE( w.sm()->resolvedByTunnels().contains( bgpLu( 1 ) ) );
+   EXPECT_TRUE( w.sm()->resolvedByTunnels().find( bgpLu( 1 ) )->second.has( sr( 1 ) ) );
 
    // The SR tunnel now rests on the BGP-LU tunnel that rests on it.
    Vel::TestTraceSink trace( 8 );

@@ -123,7 +123,7 @@ TEST_F( WriterTest, UnchangedEntryWritesNothing ) {
    writer->addFibEntry( same );
    EXPECT_EQ( sequenceNumbers(), before );
    EXPECT_EQ( writer->encapIdRefCount(), counts );
-   EXPECT_EQ( counts.at( encapId( EncapType::mplsLabelStackEncap, 0 ) ), 2u );
+   EXPECT_EQ( writer->encapIdRefCount( encapId( EncapType::mplsLabelStackEncap, 0 ) ), 2u );
 
    // A new sequence number rewrites the entry and nothing else.
    same.seqNoIs( 1 );
