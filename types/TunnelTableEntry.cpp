@@ -5,6 +5,27 @@
 
 namespace Tunnel::TunnelTable {
 
+TunnelTableEntry::TunnelTableEntry( const TunnelTableEntry & other )
+      : tunnelId_( other.tunnelId_ ), instance_( other.instance_ ),
+        moreEndpoints_( other.moreEndpoints_
+                           ? std::make_unique< std::vector< Korvo::IpGenPrefix > >(
+                                *other.moreEndpoints_ )
+                           : nullptr ),
+        pref_( other.pref_ ), endpointCount_( other.endpointCount_ ),
+        firstEndpoint_( other.firstEndpoint_ ) {}
+
+TunnelTableEntry & TunnelTableEntry::operator=( const TunnelTableEntry & other ) {
+   if ( this != &other ) {
+      *this = TunnelTableEntry( other );
+   }
+   return *this;
+}
+
+const std::vector< Korvo::IpGenPrefix > & TunnelTableEntry::moreEndpoints() const noexcept {
+   static const std::vector< Korvo::IpGenPrefix > none;
+   return moreEndpoints_ ? *moreEndpoints_ : none;
+}
+
 bool operator<( const TunnelTableEntry & a, const TunnelTableEntry & b ) {
    if ( a.pref_ != b.pref_ ) {
       return a.pref_ < b.pref_;
@@ -24,8 +45,8 @@ bool operator<( const TunnelTableEntry & a, const TunnelTableEntry & b ) {
       if ( a.endpointCount_ != b.endpointCount_ ) {
          return a.endpointCount_ < b.endpointCount_;
       }
-   } else if ( a.moreEndpoints_ != b.moreEndpoints_ ) {
-      return a.moreEndpoints_ < b.moreEndpoints_;
+   } else if ( a.moreEndpoints() != b.moreEndpoints() ) {
+      return a.moreEndpoints() < b.moreEndpoints();
    }
    return a.instance_ < b.instance_;
 }
@@ -33,7 +54,7 @@ bool operator<( const TunnelTableEntry & a, const TunnelTableEntry & b ) {
 bool operator==( const TunnelTableEntry & a, const TunnelTableEntry & b ) {
    return a.tunnelId_ == b.tunnelId_ && a.instance_ == b.instance_ && a.pref_ == b.pref_ &&
           a.endpointCount_ == b.endpointCount_ && a.firstEndpoint_ == b.firstEndpoint_ &&
-          a.moreEndpoints_ == b.moreEndpoints_;
+          a.moreEndpoints() == b.moreEndpoints();
 }
 
 std::string TunnelTableEntry::stringValue() const {
