@@ -5,22 +5,6 @@
 
 namespace Tunnel::TunnelTable {
 
-TunnelTableEntry::TunnelTableEntry( const TunnelTableEntry & other )
-      : tunnelId_( other.tunnelId_ ), instance_( other.instance_ ),
-        moreEndpoints_( other.moreEndpoints_
-                           ? std::make_unique< std::vector< Korvo::IpGenPrefix > >(
-                                *other.moreEndpoints_ )
-                           : nullptr ),
-        pref_( other.pref_ ), endpointCount_( other.endpointCount_ ),
-        firstEndpoint_( other.firstEndpoint_ ) {}
-
-TunnelTableEntry & TunnelTableEntry::operator=( const TunnelTableEntry & other ) {
-   if ( this != &other ) {
-      *this = TunnelTableEntry( other );
-   }
-   return *this;
-}
-
 const std::vector< Korvo::IpGenPrefix > & TunnelTableEntry::moreEndpoints() const noexcept {
    static const std::vector< Korvo::IpGenPrefix > none;
    return moreEndpoints_ ? *moreEndpoints_ : none;

@@ -27,9 +27,21 @@ class TunnelTableEntry {
    TunnelTableEntry() = default;
    TunnelTableEntry( TunnelId tunnelId, TunnelEntryPref pref )
          : tunnelId_( tunnelId ), pref_( pref ) {}
-   TunnelTableEntry( const TunnelTableEntry & other );
+   TunnelTableEntry( const TunnelTableEntry & other )
+         : tunnelId_( other.tunnelId_ ), instance_( other.instance_ ), pref_( other.pref_ ),
+           endpointCount_( other.endpointCount_ ), firstEndpoint_( other.firstEndpoint_ ) {
+      copyMoreEndpoints( other );
+   }
    TunnelTableEntry( TunnelTableEntry && other ) noexcept = default;
-   TunnelTableEntry & operator=( const TunnelTableEntry & other );
+   TunnelTableEntry & operator=( const TunnelTableEntry & other ) {
+      tunnelId_ = other.tunnelId_;
+      instance_ = other.instance_;
+      pref_ = other.pref_;
+      endpointCount_ = other.endpointCount_;
+      firstEndpoint_ = other.firstEndpoint_;
+      copyMoreEndpoints( other );
+      return *this;
+   }
    TunnelTableEntry & operator=( TunnelTableEntry && other ) noexcept = default;
 
    TunnelId tunnelId() const noexcept { return tunnelId_; }
@@ -77,6 +89,14 @@ class TunnelTableEntry {
  private:
    // The endpoints after the first; empty when there are none.
    const std::vector< Korvo::IpGenPrefix > & moreEndpoints() const noexcept;
+   void copyMoreEndpoints( const TunnelTableEntry & other ) {
+      if ( other.moreEndpoints_ ) {
+         moreEndpoints_ =
+            std::make_unique< std::vector< Korvo::IpGenPrefix > >( *other.moreEndpoints_ );
+      } else {
+         moreEndpoints_.reset();
+      }
+   }
 
    TunnelId tunnelId_;
    std::uint64_t instance_ = 0;

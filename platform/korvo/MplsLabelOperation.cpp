@@ -53,52 +53,10 @@ MplsLabelOperation::MplsLabelOperation( MplsLabelAction action, const MplsLabel 
    insert( 0, labels, count );
 }
 
-MplsLabelOperation::MplsLabelOperation( const MplsLabelOperation & other )
-      : action_( other.action_ ), size_( other.size_ ), inline_( other.inline_ ) {
-   if ( onHeap() ) {
-      MplsLabel * block = new MplsLabel[ size_ ];
-      std::copy( other.heapLabels(), other.heapLabels() + size_, block );
-      heapLabelsIs( block );
-   }
-}
-
-MplsLabelOperation::MplsLabelOperation( MplsLabelOperation && other ) noexcept
-      : action_( other.action_ ), size_( other.size_ ), inline_( other.inline_ ) {
-   // The block is this one's now; the source is left the default value.
-   other.action_ = MplsLabelAction::push;
-   other.size_ = 0;
-   other.inline_ = {};
-}
-
-MplsLabelOperation & MplsLabelOperation::operator=( const MplsLabelOperation & other ) {
-   if ( this == &other ) {
-      return *this;
-   }
-   if ( other.onHeap() ) {
-      return *this = MplsLabelOperation( other );
-   }
-   if ( onHeap() ) {
-      delete[] heapLabels();
-   }
-   action_ = other.action_;
-   size_ = other.size_;
-   inline_ = other.inline_;
-   return *this;
-}
-
-MplsLabelOperation & MplsLabelOperation::operator=( MplsLabelOperation && other ) noexcept {
-   if ( this != &other ) {
-      if ( onHeap() ) {
-         delete[] heapLabels();
-      }
-      action_ = other.action_;
-      size_ = other.size_;
-      inline_ = other.inline_;
-      other.action_ = MplsLabelAction::push;
-      other.size_ = 0;
-      other.inline_ = {};
-   }
-   return *this;
+void MplsLabelOperation::unshareBlock() {
+   MplsLabel * block = new MplsLabel[ size_ ];
+   std::copy( heapLabels(), heapLabels() + size_, block );
+   heapLabelsIs( block );
 }
 
 std::optional< MplsLabelOperation > MplsLabelOperation::parse( std::string_view text ) {

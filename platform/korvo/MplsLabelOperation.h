@@ -38,10 +38,39 @@ class MplsLabelOperation {
    static constexpr MplsLabel entropyLabel = maxLabel + 1;
 
    MplsLabelOperation() = default;
-   MplsLabelOperation( const MplsLabelOperation & other );
-   MplsLabelOperation( MplsLabelOperation && other ) noexcept;
-   MplsLabelOperation & operator=( const MplsLabelOperation & other );
-   MplsLabelOperation & operator=( MplsLabelOperation && other ) noexcept;
+   // Copies and moves of the usual short stack are a few word moves.
+   MplsLabelOperation( const MplsLabelOperation & other )
+         : action_( other.action_ ), size_( other.size_ ), inline_( other.inline_ ) {
+      if ( onHeap() ) {
+         unshareBlock();
+      }
+   }
+   MplsLabelOperation( MplsLabelOperation && other ) noexcept
+         : action_( other.action_ ), size_( other.size_ ), inline_( other.inline_ ) {
+      // The block, if any, is this one's now.
+      other.leaveDefault();
+   }
+   MplsLabelOperation & operator=( const MplsLabelOperation & other ) {
+      if ( onHeap() || other.onHeap() ) {
+         return *this = MplsLabelOperation( other );
+      }
+      action_ = other.action_;
+      size_ = other.size_;
+      inline_ = other.inline_;
+      return *this;
+   }
+   MplsLabelOperation & operator=( MplsLabelOperation && other ) noexcept {
+      if ( this != &other ) {
+         if ( onHeap() ) {
+            delete[] heapLabels();
+         }
+         action_ = other.action_;
+         size_ = other.size_;
+         inline_ = other.inline_;
+         other.leaveDefault();
+      }
+      return *this;
+   }
    ~MplsLabelOperation() {
       if ( onHeap() ) {
          delete[] heapLabels();
@@ -126,6 +155,14 @@ class MplsLabelOperation {
       std::memcpy( &inline_[ 1 ], &block, sizeof block );
    }
    const MplsLabel * labels() const noexcept { return onHeap() ? heapLabels() : inline_.data(); }
+   // Gives a copy its own block in place of the one it shares with its source.
+   void unshareBlock();
+   // Without releasing the block, which another now owns.
+   void leaveDefault() noexcept {
+      action_ = MplsLabelAction::push;
+      size_ = 0;
+      inline_ = {};
+   }
    // Inserts labels so that `below` of the current labels stay beneath them;
    // the caller has checked the bound.
    void insert( std::size_t below, const MplsLabel * added, std::size_t count );
