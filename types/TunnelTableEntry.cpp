@@ -5,6 +5,11 @@
 
 namespace Tunnel::TunnelTable {
 
+const std::vector< Korvo::IpGenPrefix > & TunnelTableEntry::moreEndpoints() const noexcept {
+   static const std::vector< Korvo::IpGenPrefix > none;
+   return moreEndpoints_ ? *moreEndpoints_ : none;
+}
+
 bool operator<( const TunnelTableEntry & a, const TunnelTableEntry & b ) {
    if ( a.pref_ != b.pref_ ) {
       return a.pref_ < b.pref_;
@@ -24,8 +29,8 @@ bool operator<( const TunnelTableEntry & a, const TunnelTableEntry & b ) {
       if ( a.endpointCount_ != b.endpointCount_ ) {
          return a.endpointCount_ < b.endpointCount_;
       }
-   } else if ( a.moreEndpoints_ != b.moreEndpoints_ ) {
-      return a.moreEndpoints_ < b.moreEndpoints_;
+   } else if ( a.moreEndpoints() != b.moreEndpoints() ) {
+      return a.moreEndpoints() < b.moreEndpoints();
    }
    return a.instance_ < b.instance_;
 }
@@ -33,7 +38,7 @@ bool operator<( const TunnelTableEntry & a, const TunnelTableEntry & b ) {
 bool operator==( const TunnelTableEntry & a, const TunnelTableEntry & b ) {
    return a.tunnelId_ == b.tunnelId_ && a.instance_ == b.instance_ && a.pref_ == b.pref_ &&
           a.endpointCount_ == b.endpointCount_ && a.firstEndpoint_ == b.firstEndpoint_ &&
-          a.moreEndpoints_ == b.moreEndpoints_;
+          a.moreEndpoints() == b.moreEndpoints();
 }
 
 std::string TunnelTableEntry::stringValue() const {

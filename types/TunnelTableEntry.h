@@ -2,6 +2,7 @@
 
 #include <compare>
 #include <cstdint>
+#include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -26,6 +27,22 @@ class TunnelTableEntry {
    TunnelTableEntry() = default;
    TunnelTableEntry( TunnelId tunnelId, TunnelEntryPref pref )
          : tunnelId_( tunnelId ), pref_( pref ) {}
+   TunnelTableEntry( const TunnelTableEntry & other )
+         : tunnelId_( other.tunnelId_ ), instance_( other.instance_ ), pref_( other.pref_ ),
+           endpointCount_( other.endpointCount_ ), firstEndpoint_( other.firstEndpoint_ ) {
+      copyMoreEndpoints( other );
+   }
+   TunnelTableEntry( TunnelTableEntry && other ) noexcept = default;
+   TunnelTableEntry & operator=( const TunnelTableEntry & other ) {
+      tunnelId_ = other.tunnelId_;
+      instance_ = other.instance_;
+      pref_ = other.pref_;
+      endpointCount_ = other.endpointCount_;
+      firstEndpoint_ = other.firstEndpoint_;
+      copyMoreEndpoints( other );
+      return *this;
+   }
+   TunnelTableEntry & operator=( TunnelTableEntry && other ) noexcept = default;
 
    TunnelId tunnelId() const noexcept { return tunnelId_; }
    void tunnelIdIs( TunnelId id ) noexcept { tunnelId_ = id; }
@@ -38,7 +55,7 @@ class TunnelTableEntry {
 
    unsigned endpointCount() const noexcept { return endpointCount_; }
    const Korvo::IpGenPrefix & endpoint( TunnelEndpointIndex i ) const {
-      return i.value() == 0 ? firstEndpoint_ : moreEndpoints_[ i.value() - 1 ];
+      return i.value() == 0 ? firstEndpoint_ : ( *moreEndpoints_ )[ i.value() - 1 ];
    }
    // Appends an endpoint; the 17th raises the TunnelEndpointIndex range error.
    void endpointAdd( const Korvo::IpGenPrefix & tep ) {
@@ -46,13 +63,16 @@ class TunnelTableEntry {
       if ( index == 0 ) {
          firstEndpoint_ = tep;
       } else {
-         moreEndpoints_.push_back( tep );
+         if ( !moreEndpoints_ ) {
+            moreEndpoints_ = std::make_unique< std::vector< Korvo::IpGenPrefix > >();
+         }
+         moreEndpoints_->push_back( tep );
       }
       ++endpointCount_;
    }
    void endpointDelAll() noexcept {
       firstEndpoint_ = Korvo::IpGenPrefix();
-      moreEndpoints_.clear();
+      moreEndpoints_.reset();
       endpointCount_ = 0;
    }
 
@@ -67,14 +87,27 @@ class TunnelTableEntry {
    }
 
  private:
+   // The endpoints after the first; empty when there are none.
+   const std::vector< Korvo::IpGenPrefix > & moreEndpoints() const noexcept;
+   void copyMoreEndpoints( const TunnelTableEntry & other ) {
+      if ( other.moreEndpoints_ ) {
+         moreEndpoints_ =
+            std::make_unique< std::vector< Korvo::IpGenPrefix > >( *other.moreEndpoints_ );
+      } else {
+         moreEndpoints_.reset();
+      }
+   }
+
    TunnelId tunnelId_;
    std::uint64_t instance_ = 0;
+   // Nearly every tunnel serves one endpoint: it is kept inline, the rest
+   // (up to maxEndpoints in all) on the heap, absent until a second comes.
+   std::unique_ptr< std::vector< Korvo::IpGenPrefix > > moreEndpoints_;
    TunnelEntryPref pref_;
    std::uint8_t endpointCount_ = 0;
-   // Nearly every tunnel serves one endpoint: it is kept inline, the rest
-   // (up to maxEndpoints in all) on the heap.
    Korvo::IpGenPrefix firstEndpoint_;
-   std::vector< Korvo::IpGenPrefix > moreEndpoints_;
 };
+
+static_assert( sizeof( TunnelTableEntry ) == 48, "Every table entry holds one" );
 
 } // namespace Tunnel::TunnelTable

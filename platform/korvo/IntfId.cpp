@@ -105,6 +105,9 @@ std::string IntfId::stringValue() const {
 }
 
 const std::string * IntfId::intern( std::string_view name ) {
+   if ( name.empty() ) {
+      return noName();
+   }
    // Never freed, so a pointer stays valid as long as any id can hold it;
    // the lock keeps agents on several threads apart.
    struct NameHash {
@@ -114,7 +117,7 @@ const std::string * IntfId::intern( std::string_view name ) {
       }
    };
    static std::mutex lock;
-   static std::unordered_set< std::string, NameHash, std::equal_to<> > names{ std::string() };
+   static std::unordered_set< std::string, NameHash, std::equal_to<> > names;
    const std::lock_guard< std::mutex > guard( lock );
    auto found = names.find( name );
    if ( found == names.end() ) {

@@ -70,10 +70,16 @@ class IntfId {
    // The one copy of the name that every id with it points to: a router has
    // few interface names and a million vias over them.
    static const std::string * intern( std::string_view name );
+   // The name of every id but an ordinary one; a default id takes it
+   // without a lookup.
+   static const std::string * noName() noexcept {
+      static const std::string none;
+      return &none;
+   }
 
    Kind kind_ = Kind::empty;
    std::uint64_t value_ = 0;
-   const std::string * name_ = intern( {} );
+   const std::string * name_ = noName();
 };
 
 // The names by which the machines ask about dynamic tunnel interfaces.

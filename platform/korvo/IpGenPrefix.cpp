@@ -2,13 +2,17 @@
 
 #include <charconv>
 
+#include "platform/vel/Assert.h"
+
 namespace Korvo {
 
 IpGenPrefix::IpGenPrefix( const IpGenAddr & address, unsigned length )
-      : address_( address.masked( length ) ), length_( length ) {}
+      : address_( address.masked( length ) ), length_( static_cast< std::uint8_t >( length ) ) {
+   VEL_ASSERT( length <= 128, "Prefix length beyond 128" );
+}
 
 IpGenPrefix::IpGenPrefix( const IpGenAddr & address )
-      : address_( address ), length_( address.bits() ) {}
+      : address_( address ), length_( static_cast< std::uint8_t >( address.bits() ) ) {}
 
 std::optional< IpGenPrefix > IpGenPrefix::parse( std::string_view text ) {
    auto slash = text.find( '/' );

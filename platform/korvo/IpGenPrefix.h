@@ -17,6 +17,7 @@ namespace Korvo {
 class IpGenPrefix {
  public:
    IpGenPrefix() = default;
+   // Asserts that the length is at most 128.
    IpGenPrefix( const IpGenAddr & address, unsigned length );
    // A host prefix of the address (/32 or /128).
    explicit IpGenPrefix( const IpGenAddr & address );
@@ -48,8 +49,10 @@ class IpGenPrefix {
 
  private:
    IpGenAddr address_;
-   std::uint32_t length_ = 0;
+   std::uint8_t length_ = 0;
 };
+
+static_assert( sizeof( IpGenPrefix ) == 18, "A prefix is held per endpoint and per key" );
 
 } // namespace Korvo
 

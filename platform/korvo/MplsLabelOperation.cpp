@@ -43,19 +43,32 @@ MplsLabelOperation::MplsLabelOperation( MplsLabelAction action,
                "A pop carries no labels" );
    for ( MplsLabel label : labels ) {
       VEL_ASSERT( validLabel( label ), "MPLS label out of range" );
-      labels_[ size_++ ] = label;
    }
+   insert( 0, labels.begin(), labels.size() );
+}
+
+MplsLabelOperation::MplsLabelOperation( MplsLabelAction action, const MplsLabel * labels,
+                                        std::size_t count )
+      : action_( action ) {
+   insert( 0, labels, count );
+}
+
+void MplsLabelOperation::unshareBlock() {
+   MplsLabel * block = new MplsLabel[ size_ ];
+   std::copy( heapLabels(), heapLabels() + size_, block );
+   heapLabelsIs( block );
 }
 
 std::optional< MplsLabelOperation > MplsLabelOperation::parse( std::string_view text ) {
-   MplsLabelOperation op;
    skipBlanks( text );
-   std::string_view action = takeToken( text );
-   auto found = std::find( std::begin( actionNames ), std::end( actionNames ), action );
+   std::string_view actionName = takeToken( text );
+   auto found = std::find( std::begin( actionNames ), std::end( actionNames ), actionName );
    if ( found == std::end( actionNames ) ) {
       return std::nullopt;
    }
-   op.action_ = static_cast< MplsLabelAction >( found - std::begin( actionNames ) );
+   const auto action = static_cast< MplsLabelAction >( found - std::begin( actionNames ) );
+   std::array< MplsLabel, maxStackSize > labels;
+   std::size_t size = 0;
    skipBlanks( text );
    if ( !text.starts_with( '[' ) ) {
       return std::nullopt;
@@ -66,7 +79,7 @@ std::optional< MplsLabelOperation > MplsLabelOperation::parse( std::string_view 
       MplsLabel label = 0;
       if ( token == "EL" ) {
          // The entropy label only ever follows its indicator.
-         if ( op.size_ == 0 || op.labels_[ op.size_ - 1 ] != entropyLabelIndicator ) {
+         if ( size == 0 || labels[ size - 1 ] != entropyLabelIndicator ) {
             return std::nullopt;
          }
          label = entropyLabel;
@@ -77,36 +90,50 @@ std::optional< MplsLabelOperation > MplsLabelOperation::parse( std::string_view 
             return std::nullopt;
          }
       }
-      if ( op.size_ == maxStackSize ) {
+      if ( size == maxStackSize ) {
          return std::nullopt;
       }
-      op.labels_[ op.size_++ ] = label;
+      labels[ size++ ] = label;
    }
    text.remove_prefix( 1 );
    skipBlanks( text );
-   if ( !text.empty() || ( op.action_ == MplsLabelAction::pop && op.size_ != 0 ) ) {
+   if ( !text.empty() || ( action == MplsLabelAction::pop && size != 0 ) ) {
       return std::nullopt;
    }
-   return op;
+   return MplsLabelOperation( action, labels.data(), size );
 }
 
 MplsLabel MplsLabelOperation::label( std::size_t index ) const {
    VEL_ASSERT( index < size_, "Label index beyond the stack" );
-   return labels_[ index ];
+   return labels()[ index ];
 }
 
 bool MplsLabelOperation::hasEntropyLabel() const noexcept {
-   return std::find( labels_.begin(), labels_.begin() + size_, entropyLabel ) !=
-          labels_.begin() + size_;
+   return std::find( labels(), labels() + size_, entropyLabel ) != labels() + size_;
 }
 
-void MplsLabelOperation::insert( std::size_t below, const MplsLabel * labels,
-                                 std::size_t count ) noexcept {
-   std::size_t at = size_ - below;
-   std::copy_backward( labels_.begin() + at, labels_.begin() + size_,
-                       labels_.begin() + size_ + count );
-   std::copy( labels, labels + count, labels_.begin() + at );
-   size_ = static_cast< std::uint8_t >( size_ + count );
+void MplsLabelOperation::insert( std::size_t below, const MplsLabel * added,
+                                 std::size_t count ) {
+   const std::size_t at = size_ - below;
+   const std::size_t grown = size_ + count;
+   if ( grown <= inlineLabels ) {
+      std::copy_backward( inline_.begin() + at, inline_.begin() + size_,
+                          inline_.begin() + grown );
+      std::copy( added, added + count, inline_.begin() + at );
+   } else {
+      // Every growth past the inline slots takes a new block: it is rare,
+      // and the block stays exactly as long as the stack.
+      MplsLabel * block = new MplsLabel[ grown ];
+      const MplsLabel * old = labels();
+      std::copy( old, old + at, block );
+      std::copy( added, added + count, block + at );
+      std::copy( old + at, old + size_, block + at + count );
+      if ( onHeap() ) {
+         delete[] heapLabels();
+      }
+      heapLabelsIs( block );
+   }
+   size_ = static_cast< std::uint8_t >( grown );
 }
 
 BoundedMplsLabelStackResult MplsLabelOperation::labelPush( MplsLabel label ) {
@@ -151,18 +178,19 @@ SmushResult MplsLabelOperation::smush( const MplsLabelOperation & outer ) {
    if ( action_ == MplsLabelAction::pop && outer.size_ != 0 ) {
       action_ = MplsLabelAction::swap;
    }
-   insert( size_, outer.labels_.data(), outer.size_ );
+   insert( size_, outer.labels(), outer.size_ );
    return {};
 }
 
 std::string MplsLabelOperation::stringValue() const {
    std::string text( actionNames[ static_cast< std::size_t >( action_ ) ] );
    text += " [";
+   const MplsLabel * stack = labels();
    for ( std::size_t i = 0; i < size_; ++i ) {
       if ( i != 0 ) {
          text += ' ';
       }
-      text += labels_[ i ] == entropyLabel ? std::string( "EL" ) : std::to_string( labels_[ i ] );
+      text += stack[ i ] == entropyLabel ? std::string( "EL" ) : std::to_string( stack[ i ] );
    }
    text += ']';
    return text;
@@ -171,8 +199,9 @@ std::string MplsLabelOperation::stringValue() const {
 std::size_t MplsLabelOperation::hash() const noexcept {
    std::uint64_t h = 1469598103934665603ull ^ static_cast< std::uint8_t >( action_ );
    h = ( h ^ size_ ) * 1099511628211ull;
+   const MplsLabel * stack = labels();
    for ( std::size_t i = 0; i < size_; ++i ) {
-      h = ( h ^ labels_[ i ] ) * 1099511628211ull;
+      h = ( h ^ stack[ i ] ) * 1099511628211ull;
    }
    return static_cast< std::size_t >( h );
 }

@@ -4,6 +4,7 @@
 #include <compare>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <initializer_list>
 #include <optional>
@@ -37,6 +38,44 @@ class MplsLabelOperation {
    static constexpr MplsLabel entropyLabel = maxLabel + 1;
 
    MplsLabelOperation() = default;
+   // Copies and moves of the usual short stack are a few word moves.
+   MplsLabelOperation( const MplsLabelOperation & other )
+         : action_( other.action_ ), size_( other.size_ ), inline_( other.inline_ ) {
+      if ( onHeap() ) {
+         unshareBlock();
+      }
+   }
+   MplsLabelOperation( MplsLabelOperation && other ) noexcept
+         : action_( other.action_ ), size_( other.size_ ), inline_( other.inline_ ) {
+      // The block, if any, is this one's now.
+      other.leaveDefault();
+   }
+   MplsLabelOperation & operator=( const MplsLabelOperation & other ) {
+      if ( onHeap() || other.onHeap() ) {
+         return *this = MplsLabelOperation( other );
+      }
+      action_ = other.action_;
+      size_ = other.size_;
+      inline_ = other.inline_;
+      return *this;
+   }
+   MplsLabelOperation & operator=( MplsLabelOperation && other ) noexcept {
+      if ( this != &other ) {
+         if ( onHeap() ) {
+            delete[] heapLabels();
+         }
+         action_ = other.action_;
+         size_ = other.size_;
+         inline_ = other.inline_;
+         other.leaveDefault();
+      }
+      return *this;
+   }
+   ~MplsLabelOperation() {
+      if ( onHeap() ) {
+         delete[] heapLabels();
+      }
+   }
    // Labels outermost first. Asserts on a label out of range, on more than
    // maxStackSize labels, and on labels given to a pop.
    MplsLabelOperation( MplsLabelAction action, std::initializer_list< MplsLabel > labels );
@@ -64,21 +103,76 @@ class MplsLabelOperation {
    std::string stringValue() const;
    std::size_t hash() const noexcept;
 
-   // Unused slots stay zero, so member-wise comparison is value comparison.
-   friend auto operator<=>( const MplsLabelOperation &, const MplsLabelOperation & ) = default;
-   friend bool operator==( const MplsLabelOperation &, const MplsLabelOperation & ) = default;
+   // Action, then stack size, then the labels outermost first.
+   friend std::strong_ordering operator<=>( const MplsLabelOperation & a,
+                                           const MplsLabelOperation & b ) noexcept {
+      if ( a.action_ != b.action_ ) {
+         return a.action_ <=> b.action_;
+      }
+      if ( a.size_ != b.size_ ) {
+         return a.size_ <=> b.size_;
+      }
+      const MplsLabel * labelsA = a.labels();
+      const MplsLabel * labelsB = b.labels();
+      for ( std::size_t i = 0; i < a.size_; ++i ) {
+         if ( labelsA[ i ] != labelsB[ i ] ) {
+            return labelsA[ i ] <=> labelsB[ i ];
+         }
+      }
+      return std::strong_ordering::equal;
+   }
+   friend bool operator==( const MplsLabelOperation & a, const MplsLabelOperation & b ) noexcept {
+      if ( a.action_ != b.action_ || a.size_ != b.size_ ) {
+         return false;
+      }
+      // Unused inline slots stay zero.
+      if ( !a.onHeap() ) {
+         return a.inline_ == b.inline_;
+      }
+      return std::memcmp( a.heapLabels(), b.heapLabels(), a.size_ * sizeof( MplsLabel ) ) == 0;
+   }
    friend std::ostream & operator<<( std::ostream & os, const MplsLabelOperation & op ) {
       return os << op.stringValue();
    }
 
  private:
-   // Inserts labels so that `below` of the current labels stay beneath them.
-   void insert( std::size_t below, const MplsLabel * labels, std::size_t count ) noexcept;
+   // Nearly every stack holds one to three labels: those stay in place, and
+   // only a longer stack takes a heap block, exactly as long as the stack.
+   static constexpr std::size_t inlineLabels = 3;
+
+   MplsLabelOperation( MplsLabelAction action, const MplsLabel * labels, std::size_t count );
+
+   bool onHeap() const noexcept { return size_ > inlineLabels; }
+   // The heap block's address takes the place of the last two inline slots.
+   static_assert( sizeof( MplsLabel * ) <= ( inlineLabels - 1 ) * sizeof( MplsLabel ) );
+   MplsLabel * heapLabels() const noexcept {
+      MplsLabel * block;
+      std::memcpy( &block, &inline_[ 1 ], sizeof block );
+      return block;
+   }
+   void heapLabelsIs( MplsLabel * block ) noexcept {
+      inline_ = {};
+      std::memcpy( &inline_[ 1 ], &block, sizeof block );
+   }
+   const MplsLabel * labels() const noexcept { return onHeap() ? heapLabels() : inline_.data(); }
+   // Gives a copy its own block in place of the one it shares with its source.
+   void unshareBlock();
+   // Without releasing the block, which another now owns.
+   void leaveDefault() noexcept {
+      action_ = MplsLabelAction::push;
+      size_ = 0;
+      inline_ = {};
+   }
+   // Inserts labels so that `below` of the current labels stay beneath them;
+   // the caller has checked the bound.
+   void insert( std::size_t below, const MplsLabel * added, std::size_t count );
 
    MplsLabelAction action_ = MplsLabelAction::push;
    std::uint8_t size_ = 0;
-   std::array< MplsLabel, maxStackSize > labels_{};
+   std::array< MplsLabel, inlineLabels > inline_{};
 };
+
+static_assert( sizeof( MplsLabelOperation ) == 16, "A label operation is held per via" );
 
 } // namespace Korvo
 

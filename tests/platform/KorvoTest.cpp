@@ -1,10 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <random>
 #include <string>
 #include <unordered_set>
+#include <utility>
+#include <vector>
 
 #include "platform/korvo/IntfId.h"
 #include "platform/korvo/IpGenPrefix.h"
@@ -200,6 +204,124 @@ TEST( KorvoMplsLabelOperation, EntropyLabelGoesBeneathTheGivenNumberOfLabels ) {
    EXPECT_EQ( eleven, before );
    EXPECT_EQ( MplsLabelOperation( MplsLabelAction::pop, {} ).entropyLabelAndIndicatorIs( 0 ).error(),
               Error::actionUnsupported );
+}
+
+// A label operation against a plain list of labels, through pushes, entropy
+// label insertions and merges that carry stacks across the few labels kept in
+// place and back, with copies and moves in between.
+TEST( KorvoMplsLabelOperation, BehavesLikeAPlainLabelListAtEverySize ) {
+   struct Model {
+      MplsLabelAction action = MplsLabelAction::push;
+      std::vector< Korvo::MplsLabel > labels;
+   };
+   std::mt19937 random( 7 );
+   auto randomModel = [ & ]( std::size_t maxLabels ) {
+      Model m;
+      m.action = static_cast< MplsLabelAction >( random() % 3 );
+      const std::size_t count = m.action == MplsLabelAction::pop ? 0 : random() % ( maxLabels + 1 );
+      for ( std::size_t i = 0; i < count; ++i ) {
+         m.labels.push_back( random() % 4 == 0 ? 7 + random() % 2 : random() % 0x100000 );
+      }
+      return m;
+   };
+   auto build = []( const Model & m ) {
+      MplsLabelOperation op( m.action, {} );
+      for ( auto label = m.labels.rbegin(); label != m.labels.rend(); ++label ) {
+         EXPECT_TRUE( op.labelPush( *label ).success() );
+      }
+      return op;
+   };
+   auto expectSame = [ & ]( const MplsLabelOperation & op, const Model & m ) {
+      ASSERT_EQ( op.action(), m.action );
+      ASSERT_EQ( op.stackSize(), m.labels.size() );
+      std::string text = m.action == MplsLabelAction::push   ? "push ["
+                         : m.action == MplsLabelAction::swap ? "swap ["
+                                                             : "pop [";
+      for ( std::size_t i = 0; i < m.labels.size(); ++i ) {
+         ASSERT_EQ( op.label( i ), m.labels[ i ] ) << i;
+         text += ( i ? " " : "" ) + ( m.labels[ i ] == EL ? "EL" : std::to_string( m.labels[ i ] ) );
+      }
+      ASSERT_EQ( op.stringValue(), text + "]" );
+      ASSERT_EQ( op.hasEntropyLabel(),
+                 std::find( m.labels.begin(), m.labels.end(), EL ) != m.labels.end() );
+      ASSERT_EQ( op, build( m ) );
+      ASSERT_EQ( op.hash(), build( m ).hash() );
+   };
+
+   std::vector< std::pair< MplsLabelOperation, Model > > seen;
+   for ( int round = 0; round < 300; ++round ) {
+      Model m = randomModel( 4 );
+      MplsLabelOperation op = build( m );
+      for ( int step = 0; step < 8; ++step ) {
+         const std::size_t size = m.labels.size();
+         Error expected = Error::none;
+         if ( random() % 2 ) {
+            Model outer = randomModel( 6 );
+            if ( size + outer.labels.size() > MplsLabelOperation::maxStackSize ) {
+               expected = Error::stackFull;
+            } else {
+               if ( m.action == MplsLabelAction::pop && !outer.labels.empty() ) {
+                  m.action = MplsLabelAction::swap;
+               }
+               m.labels.insert( m.labels.begin(), outer.labels.begin(), outer.labels.end() );
+            }
+            ASSERT_EQ( op.smush( build( outer ) ).error(), expected );
+         } else {
+            const std::size_t position = random() % ( size + 2 );
+            if ( m.action == MplsLabelAction::pop ) {
+               expected = Error::actionUnsupported;
+            } else if ( position > size ) {
+               expected = Error::positionInvalid;
+            } else if ( size + 2 > MplsLabelOperation::maxStackSize ) {
+               expected = Error::stackFull;
+            } else {
+               m.labels.insert( m.labels.begin() + ( size - position ), { 7, EL } );
+            }
+            ASSERT_EQ( op.entropyLabelAndIndicatorIs( position ).error(), expected );
+         }
+         expectSame( op, m );
+         // A copy stands apart from its source; a move leaves the default.
+         MplsLabelOperation copy = op;
+         MplsLabelOperation assigned( MplsLabelAction::swap, { 1, 2, 3, 4 } );
+         assigned = copy;
+         if ( copy.labelPush( 9 ).success() ) {
+            EXPECT_NE( copy, op );
+         }
+         expectSame( op, m );
+         MplsLabelOperation moved = std::move( assigned );
+         EXPECT_EQ( assigned, MplsLabelOperation() );
+         expectSame( moved, m );
+         // The text reads back unless an insertion split an indicator from
+         // its entropy label.
+         bool readable = true;
+         for ( std::size_t i = 0; i < m.labels.size(); ++i ) {
+            readable = readable && ( m.labels[ i ] != EL || ( i > 0 && m.labels[ i - 1 ] == 7 ) );
+         }
+         const auto parsed = MplsLabelOperation::parse( op.stringValue() );
+         ASSERT_EQ( parsed.has_value(), readable ) << op;
+         if ( parsed ) {
+            expectSame( *parsed, m );
+         }
+         op = std::move( moved );
+      }
+      seen.emplace_back( op, m );
+   }
+   // The order is the action, then the stack size, then the labels.
+   auto modelOrder = []( const Model & a, const Model & b ) {
+      if ( a.action != b.action ) {
+         return a.action <=> b.action;
+      }
+      if ( a.labels.size() != b.labels.size() ) {
+         return a.labels.size() <=> b.labels.size();
+      }
+      return a.labels <=> b.labels;
+   };
+   for ( std::size_t i = 1; i < seen.size(); ++i ) {
+      const auto & [ a, ma ] = seen[ i - 1 ];
+      const auto & [ b, mb ] = seen[ i ];
+      EXPECT_EQ( a <=> b, modelOrder( ma, mb ) );
+      EXPECT_EQ( a == b, ma.action == mb.action && ma.labels == mb.labels );
+   }
 }
 
 } // namespace
