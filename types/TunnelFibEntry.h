@@ -69,7 +69,7 @@ class TunnelFibEntry {
    std::uint16_t seqNo_ = 0;
 };
 
-static_assert( sizeof( TunnelFibEntry ) == 88,
+static_assert( sizeof( TunnelFibEntry ) == 72,
                "TunnelFibEntry is held per tunnel: grow it on purpose" );
 
 } // namespace Tunnel::TunnelFib

@@ -50,7 +50,7 @@ class TunnelVia {
 };
 
 // Every FIB entry holds two (the first primary and the first backup via).
-static_assert( sizeof( TunnelVia ) == 56, "TunnelVia is held per tunnel: grow it on purpose" );
+static_assert( sizeof( TunnelVia ) == 36, "TunnelVia is held per tunnel: grow it on purpose" );
 
 // The vias of one list of a FIB entry, at most 600. A list of up to
 // InlineVias (0 or 1) vias keeps them inside the entry; a longer one moves

@@ -50,11 +50,11 @@ IntfId IntfId::ordinary( std::string_view name ) {
 }
 
 IntfId IntfId::dynamicTunnel( std::uint64_t tunnelIdValue ) {
-   return IntfId( Kind::dynamicTunnel, tunnelIdValue, {} );
+   return IntfId( Kind::dynamicTunnel, tunnelIdValue );
 }
 
 IntfId IntfId::nexthopGroup( std::uint64_t nexthopGroupId ) {
-   return IntfId( Kind::nexthopGroup, nexthopGroupId, {} );
+   return IntfId( Kind::nexthopGroup, nexthopGroupId );
 }
 
 std::optional< IntfId > IntfId::parse( std::string_view text ) {
@@ -68,23 +68,23 @@ std::optional< IntfId > IntfId::parse( std::string_view text ) {
          if ( !value ) {
             return std::nullopt;
          }
-         return IntfId( kind, *value, {} );
+         return IntfId( kind, *value );
       }
    }
    if ( !isOrdinaryName( text ) ) {
       return std::nullopt;
    }
-   return IntfId( Kind::ordinary, 0, text );
+   return IntfId( Kind::ordinary, reinterpret_cast< std::uintptr_t >( intern( text ) ) );
 }
 
 std::uint64_t IntfId::tunnelIdValue() const {
    VEL_ASSERT( kind_ == Kind::dynamicTunnel, "Not a dynamic tunnel interface" );
-   return value_;
+   return word();
 }
 
 std::uint64_t IntfId::nexthopGroupId() const {
    VEL_ASSERT( kind_ == Kind::nexthopGroup, "Not a nexthop-group interface" );
-   return value_;
+   return word();
 }
 
 std::string IntfId::stringValue() const {
@@ -92,14 +92,14 @@ std::string IntfId::stringValue() const {
    case Kind::empty:
       return {};
    case Kind::ordinary:
-      return *name_;
+      return *interned();
    case Kind::dynamicTunnel: {
       char hex[ 24 ];
-      std::snprintf( hex, sizeof hex, "0x%llx", static_cast< unsigned long long >( value_ ) );
+      std::snprintf( hex, sizeof hex, "0x%llx", static_cast< unsigned long long >( word() ) );
       return std::string( dynamicTunnelPrefix ) + hex;
    }
    case Kind::nexthopGroup:
-      return std::string( nexthopGroupPrefix ) + std::to_string( value_ );
+      return std::string( nexthopGroupPrefix ) + std::to_string( word() );
    }
    return {};
 }
@@ -127,8 +127,10 @@ const std::string * IntfId::intern( std::string_view name ) {
 }
 
 std::size_t IntfId::hash() const noexcept {
-   std::size_t h = std::hash< std::string >{}( *name_ );
-   h ^= std::hash< std::uint64_t >{}( value_ ) + 0x9e3779b97f4a7c15ull + ( h << 6 ) + ( h >> 2 );
+   // The number of an ordinary interface counts as zero.
+   const std::uint64_t value = kind_ == Kind::ordinary ? 0 : word();
+   std::size_t h = std::hash< std::string >{}( name() );
+   h ^= std::hash< std::uint64_t >{}( value ) + 0x9e3779b97f4a7c15ull + ( h << 6 ) + ( h >> 2 );
    return h * 31 + static_cast< std::size_t >( kind_ );
 }
 

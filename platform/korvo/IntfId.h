@@ -1,7 +1,9 @@
 #pragma once
 
+#include <array>
 #include <compare>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <optional>
 #include <ostream>
@@ -38,7 +40,9 @@ class IntfId {
    Kind kind() const noexcept { return kind_; }
    bool empty() const noexcept { return kind_ == Kind::empty; }
    // The name of an ordinary interface; empty for the other kinds.
-   const std::string & name() const noexcept { return *name_; }
+   const std::string & name() const noexcept {
+      return kind_ == Kind::ordinary ? *interned() : *noName();
+   }
    // Assert that the id is of the kind.
    std::uint64_t tunnelIdValue() const;
    std::uint64_t nexthopGroupId() const;
@@ -51,22 +55,26 @@ class IntfId {
       if ( a.kind_ != b.kind_ ) {
          return a.kind_ <=> b.kind_;
       }
-      if ( a.value_ != b.value_ ) {
-         return a.value_ <=> b.value_;
+      if ( a.word_ == b.word_ ) {
+         return std::strong_ordering::equal;
       }
-      return a.name_ == b.name_ ? std::strong_ordering::equal : *a.name_ <=> *b.name_;
+      if ( a.kind_ == Kind::ordinary ) {
+         return *a.interned() <=> *b.interned();
+      }
+      return a.word() <=> b.word();
    }
    // Equal names are one interned string.
    friend bool operator==( const IntfId & a, const IntfId & b ) noexcept {
-      return a.kind_ == b.kind_ && a.value_ == b.value_ && a.name_ == b.name_;
+      return a.kind_ == b.kind_ && a.word_ == b.word_;
    }
    friend std::ostream & operator<<( std::ostream & os, const IntfId & i ) {
       return os << i.stringValue();
    }
 
  private:
-   IntfId( Kind kind, std::uint64_t value, std::string_view name )
-         : kind_( kind ), value_( value ), name_( intern( name ) ) {}
+   IntfId( Kind kind, std::uint64_t word ) noexcept : kind_( kind ) {
+      std::memcpy( word_.data(), &word, sizeof word );
+   }
    // The one copy of the name that every id with it points to: a router has
    // few interface names and a million vias over them.
    static const std::string * intern( std::string_view name );
@@ -77,9 +85,20 @@ class IntfId {
       return &none;
    }
 
+   std::uint64_t word() const noexcept {
+      std::uint64_t word;
+      std::memcpy( &word, word_.data(), sizeof word );
+      return word;
+   }
+   const std::string * interned() const noexcept {
+      return reinterpret_cast< const std::string * >( static_cast< std::uintptr_t >( word() ) );
+   }
+
    Kind kind_ = Kind::empty;
-   std::uint64_t value_ = 0;
-   const std::string * name_ = noName();
+   // The number of a dynamic tunnel or nexthop-group interface, the address
+   // of an ordinary interface's interned name, or zero: in two halves, so
+   // that an id packs beside an address in a 32-byte Via.
+   std::array< std::uint32_t, 2 > word_{};
 };
 
 // The names by which the machines ask about dynamic tunnel interfaces.

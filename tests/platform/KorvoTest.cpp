@@ -87,6 +87,9 @@ TEST( KorvoIntfId, KindsWithTheSameNumberStayDistinctAsKeys ) {
    EXPECT_EQ( IntfId::parse( "Ethernet9" ), later );
    EXPECT_EQ( &IntfId::ordinary( std::string( "Ethernet" ) + "9" ).name(), &later.name() );
    EXPECT_EQ( IntfId().name(), "" );
+   // Numbers order as numbers across the 32-bit halves they are kept in.
+   EXPECT_LT( IntfId::dynamicTunnel( 0xFFFFFFFFu ), IntfId::dynamicTunnel( 0x100000000u ) );
+   EXPECT_LT( IntfId::nexthopGroup( 0x100000000u ), IntfId::nexthopGroup( 0x100000001u ) );
 }
 
 // The empty address has a text of its own, so that it and 0.0.0.0 both read
