@@ -9,21 +9,13 @@
 #include <utility>
 #include <vector>
 
+#include "platform/vel/Sanitizer.h"
+
 namespace Vel {
 
 // The sanitizer builds give every node its own allocation, so that a use
 // after free is still caught.
-#if defined( __SANITIZE_ADDRESS__ )
-inline constexpr bool nodePoolEnabled = false;
-#elif defined( __has_feature )
-#if __has_feature( address_sanitizer )
-inline constexpr bool nodePoolEnabled = false;
-#else
-inline constexpr bool nodePoolEnabled = true;
-#endif
-#else
-inline constexpr bool nodePoolEnabled = true;
-#endif
+inline constexpr bool nodePoolEnabled = !addressSanitizerBuild;
 
 // Blocks of one size for the nodes of one large container, carved from
 // slabs and recycled through a free list: a node costs neither a trip
