@@ -21,11 +21,7 @@ class ColoredTunnelEndpointSet {
       return coloredTep_.find( tep ) != coloredTep_.end();
    }
    void coloredTepIs( const ColoredTunnelEndpoint & tep ) { coloredTep_.insert_or_assign( tep, {} ); }
-   void coloredTepDel( const ColoredTunnelEndpoint & tep ) {
-      if ( auto at = coloredTep_.find( tep ); at != coloredTep_.end() ) {
-         coloredTep_.erase( at );
-      }
-   }
+   void coloredTepDel( const ColoredTunnelEndpoint & tep ) { coloredTep_.erase( tep ); }
    void coloredTepDelAll() { coloredTep_.clear(); }
 
    std::size_t size() const noexcept { return coloredTep_.size(); }

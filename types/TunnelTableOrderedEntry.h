@@ -28,11 +28,7 @@ class TunnelTableOrderedEntry {
    void entryIs( const TunnelTableEntry & candidate, bool value ) {
       entry_.insert_or_assign( candidate, value );
    }
-   void entryDel( const TunnelTableEntry & candidate ) {
-      if ( auto at = entry_.find( candidate ); at != entry_.end() ) {
-         entry_.erase( at );
-      }
-   }
+   void entryDel( const TunnelTableEntry & candidate ) { entry_.erase( candidate ); }
    void entryDelAll() { entry_.clear(); }
 
    Coll::const_iterator begin() const noexcept { return entry_.begin(); }

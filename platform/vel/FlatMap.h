@@ -57,6 +57,14 @@ class FlatMap {
       return { items_.insert( at, value_type( key, std::move( value ) ) ), true };
    }
    iterator erase( const_iterator at ) { return items_.erase( at ); }
+   std::size_t erase( const K & key ) {
+      const auto at = find( key );
+      if ( at == end() ) {
+         return 0;
+      }
+      items_.erase( at );
+      return 1;
+   }
    void clear() noexcept { items_.clear(); }
 
    friend bool operator==( const FlatMap & a, const FlatMap & b ) { return a.items_ == b.items_; }
