@@ -38,6 +38,10 @@ class ColoredTunnelEndpoint {
       return static_cast< std::uint32_t >( h ^ ( h >> 32 ) );
    }
 
+   std::uint64_t indexHash() const noexcept {
+      return tep_.indexHash() + ( colored_ ? ( color_ + 1ull ) * 0xC2B2AE3D27D4EB4Full : 0 );
+   }
+
    friend bool operator==( const ColoredTunnelEndpoint & a, const ColoredTunnelEndpoint & b ) {
       return a.tep_ == b.tep_ && a.colored_ == b.colored_ && a.color_ == b.color_;
    }

@@ -1,9 +1,7 @@
 #pragma once
 
 #include <cstddef>
-#include <map>
-
-#include "platform/vel/NodePool.h"
+#include "platform/vel/IndexedMap.h"
 #include "platform/vel/Ptr.h"
 #include "types/ColoredTunnelEndpoint.h"
 #include "types/TunnelTableOrderedEntry.h"
@@ -14,9 +12,7 @@ namespace Tunnel::TunnelTable {
 // in endpoint order. Each endpoint's candidates live in its node.
 class InternalTunnelRib : public Vel::PtrInterface {
  public:
-   using Coll = Vel::PooledMap< ColoredTunnelEndpoint, TunnelTableOrderedEntry >;
-
-   InternalTunnelRib() : entry_( Coll::key_compare(), Coll::allocator_type( &pool_ ) ) {}
+   using Coll = Vel::IndexedMap< ColoredTunnelEndpoint, TunnelTableOrderedEntry >;
 
    const Coll & entry() const noexcept { return entry_; }
    // The endpoint's candidates, or null; valid until the endpoint's element
@@ -41,8 +37,6 @@ class InternalTunnelRib : public Vel::PtrInterface {
    bool empty() const noexcept { return entry_.empty(); }
 
  private:
-   // Before the map, which gives its nodes back to it.
-   Vel::NodePool pool_;
    Coll entry_;
 };
 

@@ -34,6 +34,8 @@ class TunnelId {
    static std::optional< TunnelId > parse( std::string_view text );
 
    std::uint64_t value() const noexcept { return value_; }
+   // The word itself serves hash indexes, which spread it.
+   std::uint64_t indexHash() const noexcept { return value_; }
    TunnelType tunnelType() const noexcept {
       return static_cast< TunnelType >( value_ >> typeShift );
    }

@@ -55,6 +55,13 @@ class IpGenAddr {
       return os << a.stringValue();
    }
    std::size_t hash() const noexcept;
+   // A hash of a few instructions for hash indexes, which spread it
+   // themselves.
+   std::uint64_t indexHash() const noexcept {
+      const std::uint64_t h = word( 0 ) ^ ( word( 1 ) * 0x9E3779B97F4A7C15ull ) ^
+                              static_cast< std::uint64_t >( family_ );
+      return h ^ ( h >> 29 );
+   }
 
  private:
    // Bytes 8i..8i+7 as a big-endian number.

@@ -46,6 +46,7 @@ class IpGenPrefix {
       return os << p.stringValue();
    }
    std::size_t hash() const noexcept;
+   std::uint64_t indexHash() const noexcept { return address_.indexHash() + length_; }
 
  private:
    IpGenAddr address_;

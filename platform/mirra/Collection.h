@@ -10,6 +10,7 @@
 #include "platform/mirra/CollectionControl.h"
 #include "platform/vel/Attribute.h"
 #include "platform/vel/Collection.h"
+#include "platform/vel/IndexedMap.h"
 
 namespace Mirra {
 
@@ -119,8 +120,9 @@ class Collection {
    bool corrupted_ = false;
 };
 
-// The large shared tables: their nodes come from a pool of the table's own.
+// The large shared tables: ordered, their nodes from a pool of the table's
+// own, and found through a hash index.
 template< class K, class V, class Less = std::less< K > >
-using OrderedCollection = Collection< K, V, Vel::PooledMap< K, V, Less > >;
+using OrderedCollection = Collection< K, V, Vel::IndexedMap< K, V, Less > >;
 
 } // namespace Mirra

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "platform/vel/FlatMap.h"
-#include "platform/vel/NodePool.h"
 #include "platform/vel/Reactor.h"
 
 namespace Vel {
@@ -17,14 +16,12 @@ namespace Vel {
 // notifies the key that changed.
 template< class K, class V, class Map = std::unordered_map< K, V > >
 class Collection {
-   static constexpr bool pooled = UsesNodePool< Map >::value;
-
  public:
    using Key = K;
    using Value = V;
    using const_iterator = typename Map::const_iterator;
 
-   Collection() : map_( makeMap( pool_ ) ) {}
+   Collection() = default;
    Collection( const Collection & ) = delete;
    Collection & operator=( const Collection & ) = delete;
 
@@ -103,18 +100,6 @@ class Collection {
    }
 
  private:
-   struct NoPool {};
-   using Pool = std::conditional_t< pooled, NodePool, NoPool >;
-   static Map makeMap( Pool & pool ) {
-      if constexpr ( pooled ) {
-         return Map( typename Map::key_compare(), typename Map::allocator_type( &pool ) );
-      } else {
-         return Map();
-      }
-   }
-
-   // Before the map, which gives its nodes back to it.
-   [[no_unique_address]] Pool pool_;
    Map map_;
    mutable Signal< const K & > changed_;
 };

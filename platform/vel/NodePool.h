@@ -126,17 +126,4 @@ class PoolAllocator {
    NodePool * pool_ = nullptr;
 };
 
-// Whether a container takes its nodes from a pool.
-template< class Container, class = void >
-struct UsesNodePool : std::false_type {};
-template< class Container >
-struct UsesNodePool< Container, std::void_t< typename Container::allocator_type > >
-      : std::is_same< typename Container::allocator_type,
-                      PoolAllocator< typename Container::value_type > > {};
-
-// An ordered map whose nodes come from a pool; construct it with
-// PoolAllocator( &pool ), the pool outliving the map.
-template< class K, class V, class Less = std::less< K > >
-using PooledMap = std::map< K, V, Less, PoolAllocator< std::pair< const K, V > > >;
-
 } // namespace Vel
