@@ -15,6 +15,7 @@
 #include "platform/mox/Task.h"
 #include "platform/mox/TaskScheduler.h"
 #include "platform/vel/Collection.h"
+#include "platform/vel/NodePool.h"
 #include "platform/vel/Ptr.h"
 #include "platform/vel/Reactor.h"
 #include "types/MplsTunnelConfig.h"
@@ -251,7 +252,13 @@ class TunnelFibSm : public Vel::PtrInterface {
    bool initialized_ = false;
    const bool unflatten_;
 
-   std::unordered_set< TunnelId > tunnelForReview_;
+   // Its hash and order of insertion fix the order of review; its nodes come
+   // from the pool before it.
+   Vel::NodePool tunnelForReviewPool_;
+   std::unordered_set< TunnelId, std::hash< TunnelId >, std::equal_to< TunnelId >,
+                       Vel::PoolAllocator< TunnelId > >
+      tunnelForReview_{ 0, std::hash< TunnelId >(), std::equal_to< TunnelId >(),
+                        Vel::PoolAllocator< TunnelId >( &tunnelForReviewPool_ ) };
    std::optional< TunnelId > tunnelReviewBookmark_;
    double tunnelReviewDelay_ = 0.01;
    std::unordered_set< TunnelId > tunnelFibEntryMarkedUnprocessed_;

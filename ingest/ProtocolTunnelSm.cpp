@@ -47,16 +47,74 @@ void ProtocolTunnelSm::initializeGrAttrs() {
    VEL_ASSERT( false, "Should be implemented by derived class" );
 }
 
-void ProtocolTunnelSm::kickSeenIds() {
-   std::vector< TunnelId > ids;
-   ids.reserve( seenTunnelId_.size() );
-   for ( const auto & [ id, tableId ] : seenTunnelId_ ) {
-      ids.push_back( id );
+std::optional< TunnelTableIdentifier >
+ProtocolTunnelSm::SeenTunnelIds::find( TunnelId id ) const {
+   if ( auto at = extra_.find( id ); at != extra_.end() ) {
+      return at->second;
    }
-   std::sort( ids.begin(), ids.end() );
-   for ( TunnelId id : ids ) {
-      if ( const TunnelTableIdentifier * tableId = seenTunnelId_.find( id ) ) {
-         tableEntrySm_->handleTunnelTableEntry( id, *tableId, true );
+   if ( sm_.keepsSeenIds() && !unseen_.contains( id ) && sm_.tableHolds( id ) ) {
+      return sm_.seenIdsTableId();
+   }
+   return std::nullopt;
+}
+
+std::size_t ProtocolTunnelSm::SeenTunnelIds::size() const {
+   return extra_.size() + ( sm_.keepsSeenIds() ? sm_.tableSize() - unseen_.size() : 0 );
+}
+
+std::vector< std::pair< TunnelId, TunnelTableIdentifier > >
+ProtocolTunnelSm::SeenTunnelIds::entries() const {
+   std::vector< std::pair< TunnelId, TunnelTableIdentifier > > seen( extra_.begin(),
+                                                                     extra_.end() );
+   if ( sm_.keepsSeenIds() ) {
+      seen.reserve( size() );
+      const TunnelTableIdentifier tableId = sm_.seenIdsTableId();
+      sm_.forEachTableId( [ & ]( TunnelId id ) {
+         if ( !unseen_.contains( id ) && !extra_.contains( id ) ) {
+            seen.emplace_back( id, tableId );
+         }
+      } );
+   }
+   std::sort( seen.begin(), seen.end() );
+   return seen;
+}
+
+void ProtocolTunnelSm::seenTunnelIdIs( TunnelId id, TunnelTableIdentifier tableId ) {
+   auto & seen = seenTunnelId_;
+   if ( keepsSeenIds() && tableId == seenIdsTableId() && tableHolds( id ) ) {
+      seen.unseen_.erase( id );
+      seen.extra_.erase( id );
+      return;
+   }
+   if ( keepsSeenIds() && tableHolds( id ) ) {
+      seen.unseen_.try_emplace( id );
+   }
+   seen.extra_.insert_or_assign( id, tableId );
+}
+
+void ProtocolTunnelSm::seenTunnelIdDel( TunnelId id ) {
+   auto & seen = seenTunnelId_;
+   seen.extra_.erase( id );
+   if ( keepsSeenIds() && tableHolds( id ) ) {
+      seen.unseen_.try_emplace( id );
+   } else {
+      seen.unseen_.erase( id );
+   }
+}
+
+void ProtocolTunnelSm::seenTunnelIdDelAll() {
+   auto & seen = seenTunnelId_;
+   seen.extra_.clear();
+   if ( keepsSeenIds() ) {
+      forEachTableId( [ & ]( TunnelId id ) { seen.unseen_.try_emplace( id ); } );
+   }
+}
+
+void ProtocolTunnelSm::kickSeenIds() {
+   for ( const auto & [ id, tableId ] : seenTunnelId_.entries() ) {
+      // The owner may change what is seen as it handles each removal.
+      if ( const auto still = seenTunnelId_.find( id ) ) {
+         tableEntrySm_->handleTunnelTableEntry( id, *still, true );
       }
    }
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <string>
 
 #include "ingest/ProtocolTunnelSm.h"
@@ -64,6 +66,17 @@ class ProtocolTunnelSmTemplate : public ProtocolTunnelSm {
          VEL_TRACE_AS( fullPassSignature().c_str(), 8, Row.fullPassTrace );
       }
       table_->entry().forEachKey( [ this ]( const TunnelId & id ) { handleTunnelEntry( id ); } );
+   }
+
+ protected:
+   bool keepsSeenIds() const override { return Row.keepsSeenIds; }
+   TunnelTableIdentifier seenIdsTableId() const override { return tunnelTableId(); }
+   bool tableHolds( TunnelId id ) const override { return table_->entry().map().contains( id ); }
+   std::size_t tableSize() const override { return table_->entry().size(); }
+   void forEachTableId( const std::function< void( TunnelId ) > & visit ) const override {
+      for ( const auto & [ id, entry ] : table_->entry().map() ) {
+         visit( id );
+      }
    }
 
  private:

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <map>
+#include <random>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "ingest/LdpTunnelSm.h"
@@ -204,6 +207,72 @@ TEST_F( OwnerFixture, ReplacedTableIsReportedWithoutKickingTheOldOne ) {
    EXPECT_EQ( owner->calls, ( Calls{ { b, TunnelTableIdentifier::ldpTable, true },
                                      { b, TunnelTableIdentifier::ldpTable, true } } ) );
    EXPECT_TRUE( sm->seenTunnelId().has( b ) );
+}
+
+// The seen ids against a plain map kept as the reactor's reports go: the
+// table's writes (some while it reads as corrupted), and ids recorded or
+// dropped by hand, some under another identifier or absent from the table.
+TEST_F( OwnerFixture, SeenIdsFollowTheReportsMadeLikeAPlainMap ) {
+   owner->handleTunnelTableEntity();
+   auto table = file< StaticTunnelTable >();
+   auto sm = owner->tunnelSm( "static" );
+   std::map< TunnelId, TunnelTableIdentifier > model;
+   std::mt19937 random( 11 );
+   bool corrupted = false;
+   for ( unsigned op = 0; op < 3000; ++op ) {
+      const TunnelId id( TunnelType::staticTunnel, 1 + random() % 40 );
+      switch ( random() % 8 ) {
+      case 0:
+      case 1:
+      case 2:
+         table->entryIs( id, {} );
+         if ( corrupted ) {
+            model.erase( id );
+         } else {
+            model[ id ] = TunnelTableIdentifier::staticTable;
+         }
+         break;
+      case 3:
+      case 4:
+         if ( table->entry().map().contains( id ) ) {
+            model.erase( id );
+         }
+         table->entryDel( id );
+         break;
+      case 5: {
+         const auto tableId = random() % 2 ? TunnelTableIdentifier::staticTable
+                                           : TunnelTableIdentifier::ldpTable;
+         sm->seenTunnelIdIs( id, tableId );
+         model[ id ] = tableId;
+         break;
+      }
+      case 6:
+         sm->seenTunnelIdDel( id );
+         model.erase( id );
+         break;
+      default:
+         corrupted = random() % 4 == 0;
+         table->corruptedIs( corrupted );
+         if ( random() % 50 == 0 ) {
+            sm->seenTunnelIdDelAll();
+            model.clear();
+         }
+      }
+      const auto & seen = sm->seenTunnelId();
+      ASSERT_EQ( seen.size(), model.size() ) << "op " << op;
+      const std::vector< std::pair< TunnelId, TunnelTableIdentifier > > expected( model.begin(),
+                                                                                  model.end() );
+      ASSERT_EQ( seen.entries(), expected ) << "op " << op;
+      const TunnelId probe( TunnelType::staticTunnel, 1 + random() % 40 );
+      ASSERT_EQ( seen.has( probe ), model.contains( probe ) ) << "op " << op;
+   }
+   owner->calls.clear();
+   sm->kickSeenIds();
+   Calls expected;
+   for ( const auto & [ id, tableId ] : model ) {
+      expected.push_back( { id, tableId, true } );
+   }
+   EXPECT_EQ( owner->calls, expected );
 }
 
 TEST_F( OwnerFixture, CorruptedLookupIsReportedAndReadsAsAbsent ) {
