@@ -18,12 +18,10 @@ class InternalTunnelRib : public Vel::PtrInterface {
    // The endpoint's candidates, or null; valid until the endpoint's element
    // is deleted.
    TunnelTableOrderedEntry * entry( const ColoredTunnelEndpoint & tep ) {
-      auto at = entry_.find( tep );
-      return at == entry_.end() ? nullptr : &at->second;
+      return entry_.findValue( tep );
    }
    const TunnelTableOrderedEntry * entry( const ColoredTunnelEndpoint & tep ) const {
-      auto at = entry_.find( tep );
-      return at == entry_.end() ? nullptr : &at->second;
+      return entry_.findValue( tep );
    }
    bool entryHas( const ColoredTunnelEndpoint & tep ) const { return entry_.contains( tep ); }
    // The endpoint's candidates; an empty set for a new endpoint.

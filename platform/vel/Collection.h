@@ -25,15 +25,9 @@ class Collection {
    Collection( const Collection & ) = delete;
    Collection & operator=( const Collection & ) = delete;
 
-   bool has( const K & key ) const { return map_.find( key ) != map_.end(); }
-   const V * find( const K & key ) const {
-      auto it = map_.find( key );
-      return it == map_.end() ? nullptr : &it->second;
-   }
-   V * find( const K & key ) {
-      auto it = map_.find( key );
-      return it == map_.end() ? nullptr : &it->second;
-   }
+   bool has( const K & key ) const { return find( key ) != nullptr; }
+   const V * find( const K & key ) const { return valueOf( map_, key ); }
+   V * find( const K & key ) { return valueOf( map_, key ); }
    // The value of the key, or a default value when the key is absent.
    V get( const K & key ) const {
       const V * v = find( key );
@@ -49,18 +43,16 @@ class Collection {
    }
    // Notifies only when the key was there.
    bool del( const K & key ) {
-      auto it = map_.find( key );
-      if ( it == map_.end() ) {
+      if ( map_.erase( key ) == 0 ) {
          return false;
       }
-      map_.erase( it );
       changed_.notify( key );
       return true;
    }
    void delAll() {
       while ( !map_.empty() ) {
          K key = map_.begin()->first;
-         map_.erase( map_.begin() );
+         map_.erase( key );
          changed_.notify( key );
       }
    }
@@ -100,6 +92,17 @@ class Collection {
    }
 
  private:
+   // A map that finds values through an index of its own says so.
+   template< class M >
+   static auto * valueOf( M & map, const K & key ) {
+      if constexpr ( requires { map.findValue( key ); } ) {
+         return map.findValue( key );
+      } else {
+         auto it = map.find( key );
+         return it == map.end() ? nullptr : &it->second;
+      }
+   }
+
    Map map_;
    mutable Signal< const K & > changed_;
 };

@@ -1,9 +1,13 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <map>
+#include <iterator>
+#include <memory>
+#include <tuple>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -18,100 +22,441 @@ struct IndexHash {
    std::uint64_t operator()( const K & key ) const noexcept { return key.indexHash(); }
 };
 
-// An ordered map, its nodes from a pool of its own, with a hash index of its
-// nodes beside the tree. Order, iteration and iterator stability are the
-// tree's; finding a key, present or not, costs a probe of a flat array and a
-// look at one node instead of a walk down a tree whose every level misses
-// the caches at a million keys. Only inserting a new key walks the tree.
+// An ordered map for tables of a million keys, where a tree of one node per
+// key misses the caches at every level. Each element lives in a block of its
+// own, from the map's pool, and stays where it is until erased. A hash index
+// finds it by key: a probe of a flat tag array, then the element. The order
+// is kept by a B+ tree of keys and element pointers, sixteen to a node, whose
+// upper levels stay in the caches: inserting a new key reads a leaf or two
+// from memory, not a dozen nodes.
+//
+// Unlike a node-based map, an insertion or erasure moves its neighbours
+// within their leaf, so it invalidates iterators (never element references);
+// rewriting an element's value invalidates nothing. Lookups return the
+// element, not an iterator.
 template< class K, class V, class Less = std::less< K >, class Hash = IndexHash< K > >
 class IndexedMap {
-   using Tree = std::map< K, V, Less, PoolAllocator< std::pair< const K, V > > >;
-
  public:
    using key_type = K;
    using mapped_type = V;
-   using value_type = typename Tree::value_type;
+   using value_type = std::pair< const K, V >;
    using key_compare = Less;
-   using iterator = typename Tree::iterator;
-   using const_iterator = typename Tree::const_iterator;
 
-   IndexedMap() : tree_( Less(), typename Tree::allocator_type( &pool_ ) ) {}
+ private:
+   static constexpr unsigned fanout = 16;
+   static constexpr unsigned half = fanout / 2;
+
+   struct Leaf {
+      K keys[ fanout ];
+      value_type * values[ fanout ];
+      unsigned count = 0;
+      Leaf * prev = nullptr;
+      Leaf * next = nullptr;
+   };
+   // Child i holds keys from keys[ i ] (for i > 0) up to keys[ i + 1 ]; the
+   // children are leaves on the lowest inner level, inner nodes above.
+   struct Inner {
+      K keys[ fanout ];
+      void * children[ fanout ];
+      unsigned count = 0;
+   };
+
+ public:
+   template< bool Const >
+   class Iterator {
+    public:
+      using iterator_category = std::bidirectional_iterator_tag;
+      using value_type = IndexedMap::value_type;
+      using difference_type = std::ptrdiff_t;
+      using reference = std::conditional_t< Const, const value_type &, value_type & >;
+      using pointer = std::conditional_t< Const, const value_type *, value_type * >;
+
+      Iterator() = default;
+      Iterator( const IndexedMap * map, Leaf * leaf, unsigned pos )
+            : map_( map ), leaf_( leaf ), pos_( pos ) {}
+      operator Iterator< true >() const { return Iterator< true >( map_, leaf_, pos_ ); }
+
+      reference operator*() const { return *leaf_->values[ pos_ ]; }
+      pointer operator->() const { return leaf_->values[ pos_ ]; }
+      Iterator & operator++() {
+         if ( ++pos_ == leaf_->count ) {
+            leaf_ = leaf_->next;
+            pos_ = 0;
+         }
+         return *this;
+      }
+      Iterator operator++( int ) {
+         Iterator before = *this;
+         ++*this;
+         return before;
+      }
+      Iterator & operator--() {
+         if ( !leaf_ ) {
+            leaf_ = map_->last_;
+            pos_ = leaf_->count - 1;
+         } else if ( pos_ == 0 ) {
+            leaf_ = leaf_->prev;
+            pos_ = leaf_->count - 1;
+         } else {
+            --pos_;
+         }
+         return *this;
+      }
+      Iterator operator--( int ) {
+         Iterator before = *this;
+         --*this;
+         return before;
+      }
+      friend bool operator==( const Iterator & a, const Iterator & b ) {
+         return a.leaf_ == b.leaf_ && a.pos_ == b.pos_;
+      }
+
+    private:
+      const IndexedMap * map_ = nullptr;
+      // Null at the end.
+      Leaf * leaf_ = nullptr;
+      unsigned pos_ = 0;
+   };
+   using iterator = Iterator< false >;
+   using const_iterator = Iterator< true >;
+
+   IndexedMap() = default;
    IndexedMap( const IndexedMap & ) = delete;
    IndexedMap & operator=( const IndexedMap & ) = delete;
+   ~IndexedMap() { clear(); }
 
-   std::size_t size() const noexcept { return tree_.size(); }
-   bool empty() const noexcept { return tree_.empty(); }
-   iterator begin() noexcept { return tree_.begin(); }
-   iterator end() noexcept { return tree_.end(); }
-   const_iterator begin() const noexcept { return tree_.begin(); }
-   const_iterator end() const noexcept { return tree_.end(); }
-   iterator lower_bound( const K & key ) { return tree_.lower_bound( key ); }
-   const_iterator lower_bound( const K & key ) const { return tree_.lower_bound( key ); }
-   iterator upper_bound( const K & key ) { return tree_.upper_bound( key ); }
-   const_iterator upper_bound( const K & key ) const { return tree_.upper_bound( key ); }
+   std::size_t size() const noexcept { return size_; }
+   bool empty() const noexcept { return size_ == 0; }
+   iterator begin() noexcept { return iterator( this, first_, 0 ); }
+   iterator end() noexcept { return iterator( this, nullptr, 0 ); }
+   const_iterator begin() const noexcept { return const_iterator( this, first_, 0 ); }
+   const_iterator end() const noexcept { return const_iterator( this, nullptr, 0 ); }
 
+   iterator lower_bound( const K & key ) { return bound< false >( key ); }
+   const_iterator lower_bound( const K & key ) const { return bound< false >( key ); }
+   iterator upper_bound( const K & key ) { return bound< true >( key ); }
+   const_iterator upper_bound( const K & key ) const { return bound< true >( key ); }
+   // Through the tree; findValue is the lookup through the index.
    iterator find( const K & key ) {
-      const std::size_t slot = slotOf( key, tagOf( key ) );
-      return slot == npos ? tree_.end() : nodes_[ slot ];
+      const iterator at = lower_bound( key );
+      return at != end() && at->first == key ? at : end();
    }
    const_iterator find( const K & key ) const {
-      const std::size_t slot = slotOf( key, tagOf( key ) );
-      return slot == npos ? tree_.end() : const_iterator( nodes_[ slot ] );
+      const const_iterator at = lower_bound( key );
+      return at != end() && at->first == key ? at : end();
    }
-   bool contains( const K & key ) const { return slotOf( key, tagOf( key ) ) != npos; }
+
+   // The element's value, or null.
+   V * findValue( const K & key ) {
+      value_type * found = lookup( key, tagOf( key ) );
+      return found ? &found->second : nullptr;
+   }
+   const V * findValue( const K & key ) const {
+      const value_type * found = lookup( key, tagOf( key ) );
+      return found ? &found->second : nullptr;
+   }
+   bool contains( const K & key ) const { return lookup( key, tagOf( key ) ) != nullptr; }
    std::size_t count( const K & key ) const { return contains( key ) ? 1 : 0; }
 
-   // The arguments are left untouched when the key is present.
+   // The element, and whether it is new; the arguments are left untouched
+   // when the key is present. A failed insertion changes nothing.
    template< class... Args >
-   std::pair< iterator, bool > try_emplace( const K & key, Args &&... args ) {
+   std::pair< value_type *, bool > try_emplace( const K & key, Args &&... args ) {
       const std::uint32_t tag = tagOf( key );
-      if ( const std::size_t slot = slotOf( key, tag ); slot != npos ) {
-         return { nodes_[ slot ], false };
+      if ( value_type * found = lookup( key, tag ) ) {
+         return { found, false };
       }
-      // Room first: a failed insertion leaves both tree and index as they were.
-      reserve( tree_.size() + 1 );
-      const iterator at = tree_.try_emplace( key, std::forward< Args >( args )... ).first;
-      place( tag, at );
-      return { at, true };
+      reserveIndex( size_ + 1 );
+      Spare spare = spareNodesFor( key );
+      value_type * element = makeElement( key, std::forward< Args >( args )... );
+      link( element, spare );
+      place( tag, element );
+      ++size_;
+      return { element, true };
    }
    template< class M >
-   std::pair< iterator, bool > insert_or_assign( const K & key, M && value ) {
-      auto [ at, inserted ] = try_emplace( key, std::forward< M >( value ) );
+   std::pair< value_type *, bool > insert_or_assign( const K & key, M && value ) {
+      auto [ element, inserted ] = try_emplace( key, std::forward< M >( value ) );
       if ( !inserted ) {
-         at->second = std::forward< M >( value );
+         element->second = std::forward< M >( value );
       }
-      return { at, inserted };
+      return { element, inserted };
    }
 
-   iterator erase( const_iterator at ) {
-      const std::size_t slot =
-         probe( tagOf( at->first ), [ at ]( const_iterator node ) { return node == at; } );
-      removeSlot( slot );
-      return tree_.erase( at );
-   }
-   iterator erase( iterator at ) { return erase( const_iterator( at ) ); }
    std::size_t erase( const K & key ) {
-      const std::size_t slot = slotOf( key, tagOf( key ) );
+      const std::uint32_t tag = tagOf( key );
+      const std::size_t slot = slotOf( key, tag );
       if ( slot == npos ) {
          return 0;
       }
-      const iterator at = nodes_[ slot ];
+      value_type * element = nodes_[ slot ];
       removeSlot( slot );
-      tree_.erase( at );
+      unlink( element );
+      dropElement( element );
+      --size_;
       return 1;
    }
+   void erase( const_iterator at ) {
+      const K key = at->first;
+      erase( key );
+   }
+
    void clear() noexcept {
-      tree_.clear();
+      for ( Leaf * leaf = first_; leaf; leaf = leaf->next ) {
+         for ( unsigned i = 0; i < leaf->count; ++i ) {
+            dropElement( leaf->values[ i ] );
+         }
+      }
+      if ( root_ ) {
+         freeTree( root_, height_ );
+      }
+      root_ = nullptr;
+      first_ = last_ = nullptr;
+      height_ = 0;
+      size_ = 0;
       tags_ = {};
       nodes_ = {};
    }
 
  private:
+   using Allocator = PoolAllocator< value_type >;
+   using Traits = std::allocator_traits< Allocator >;
+
+   template< class... Args >
+   value_type * makeElement( const K & key, Args &&... args ) {
+      Allocator allocator( &pool_ );
+      value_type * element = Traits::allocate( allocator, 1 );
+      try {
+         Traits::construct( allocator, element, std::piecewise_construct,
+                            std::forward_as_tuple( key ),
+                            std::forward_as_tuple( std::forward< Args >( args )... ) );
+      } catch ( ... ) {
+         Traits::deallocate( allocator, element, 1 );
+         throw;
+      }
+      return element;
+   }
+   void dropElement( value_type * element ) noexcept {
+      Allocator allocator( &pool_ );
+      Traits::destroy( allocator, element );
+      Traits::deallocate( allocator, element, 1 );
+   }
+
+   // --- The B+ tree.
+
+   struct Step {
+      Inner * node;
+      unsigned child;
+   };
+   // The nodes an insertion may need, made before anything changes.
+   struct Spare {
+      std::unique_ptr< Leaf > leaf;
+      std::vector< std::unique_ptr< Inner > > inners;
+   };
+
+   static unsigned childFor( const Inner & inner, const K & key ) {
+      return unsigned( std::upper_bound( inner.keys + 1, inner.keys + inner.count, key, Less() ) -
+                       inner.keys ) - 1;
+   }
+   // The leaf whose range holds key, the path to it noted in path_.
+   Leaf * descend( const K & key, bool notePath ) const {
+      void * node = root_;
+      for ( unsigned level = 0; level < height_; ++level ) {
+         Inner * inner = static_cast< Inner * >( node );
+         const unsigned child = childFor( *inner, key );
+         if ( notePath ) {
+            path_[ level ] = { inner, child };
+         }
+         node = inner->children[ child ];
+      }
+      return static_cast< Leaf * >( node );
+   }
+
+   template< bool Upper >
+   Iterator< false > bound( const K & key ) const {
+      if ( !root_ ) {
+         return Iterator< false >( this, nullptr, 0 );
+      }
+      Leaf * leaf = descend( key, false );
+      const K * keys = leaf->keys;
+      const unsigned pos =
+         unsigned( ( Upper ? std::upper_bound( keys, keys + leaf->count, key, Less() )
+                           : std::lower_bound( keys, keys + leaf->count, key, Less() ) ) -
+                   keys );
+      if ( pos == leaf->count ) {
+         return Iterator< false >( this, leaf->next, 0 );
+      }
+      return Iterator< false >( this, leaf, pos );
+   }
+
+   Spare spareNodesFor( const K & key ) {
+      Spare spare;
+      if ( !root_ ) {
+         spare.leaf = std::make_unique< Leaf >();
+         return spare;
+      }
+      if ( descend( key, true )->count < fanout ) {
+         return spare;
+      }
+      spare.leaf = std::make_unique< Leaf >();
+      unsigned level = height_;
+      while ( level > 0 && path_[ level - 1 ].node->count == fanout ) {
+         spare.inners.push_back( std::make_unique< Inner >() );
+         --level;
+      }
+      if ( level == 0 ) {
+         spare.inners.push_back( std::make_unique< Inner >() );
+         path_.resize( height_ + 1 );
+      }
+      return spare;
+   }
+
+   // Puts the new element in order; path_ holds the way to its leaf unless
+   // the tree is empty.
+   void link( value_type * element, Spare & spare ) noexcept {
+      const K & key = element->first;
+      if ( !root_ ) {
+         Leaf * leaf = spare.leaf.release();
+         leaf->keys[ 0 ] = key;
+         leaf->values[ 0 ] = element;
+         leaf->count = 1;
+         root_ = first_ = last_ = leaf;
+         return;
+      }
+      Leaf * leaf = descend( key, false );
+      const unsigned pos = unsigned(
+         std::lower_bound( leaf->keys, leaf->keys + leaf->count, key, Less() ) - leaf->keys );
+      if ( leaf->count < fanout ) {
+         insertAt( *leaf, pos, key, element );
+         return;
+      }
+      Leaf * right = spare.leaf.release();
+      moveUpperHalf( *leaf, *right );
+      right->prev = leaf;
+      right->next = leaf->next;
+      ( leaf->next ? leaf->next->prev : last_ ) = right;
+      leaf->next = right;
+      if ( pos <= half ) {
+         insertAt( *leaf, pos, key, element );
+      } else {
+         insertAt( *right, pos - half, key, element );
+      }
+      K separator = right->keys[ 0 ];
+      void * newChild = right;
+      auto spareInner = spare.inners.begin();
+      for ( unsigned level = height_; level > 0; --level ) {
+         Inner & inner = *path_[ level - 1 ].node;
+         const unsigned at = path_[ level - 1 ].child + 1;
+         if ( inner.count < fanout ) {
+            insertAt( inner, at, separator, newChild );
+            return;
+         }
+         Inner * rightInner = ( spareInner++ )->release();
+         moveUpperHalf( inner, *rightInner );
+         if ( at <= half ) {
+            insertAt( inner, at, separator, newChild );
+         } else {
+            insertAt( *rightInner, at - half, separator, newChild );
+         }
+         separator = rightInner->keys[ 0 ];
+         newChild = rightInner;
+      }
+      Inner * root = ( spareInner++ )->release();
+      root->children[ 0 ] = root_;
+      root->children[ 1 ] = newChild;
+      root->keys[ 1 ] = separator;
+      root->count = 2;
+      root_ = root;
+      ++height_;
+   }
+
+   // Takes the element out of its leaf, and the leaf out of the tree once
+   // empty.
+   void unlink( value_type * element ) noexcept {
+      Leaf * leaf = descend( element->first, true );
+      unsigned pos = unsigned( std::lower_bound( leaf->keys, leaf->keys + leaf->count,
+                                                 element->first, Less() ) -
+                               leaf->keys );
+      removeAt( *leaf, pos );
+      if ( leaf->count > 0 ) {
+         return;
+      }
+      ( leaf->prev ? leaf->prev->next : first_ ) = leaf->next;
+      ( leaf->next ? leaf->next->prev : last_ ) = leaf->prev;
+      delete leaf;
+      unsigned level = height_;
+      for ( ; level > 0; --level ) {
+         Inner * inner = path_[ level - 1 ].node;
+         removeAt( *inner, path_[ level - 1 ].child );
+         if ( inner->count > 0 ) {
+            break;
+         }
+         delete inner;
+      }
+      if ( level == 0 ) {
+         root_ = nullptr;
+         height_ = 0;
+         path_.clear();
+         return;
+      }
+      // A root left with one child gives way to it.
+      while ( height_ > 0 && static_cast< Inner * >( root_ )->count == 1 ) {
+         Inner * old = static_cast< Inner * >( root_ );
+         root_ = old->children[ 0 ];
+         delete old;
+         --height_;
+      }
+   }
+
+   template< class Node, class Item >
+   static void insertAt( Node & node, unsigned pos, const K & key, Item item ) noexcept {
+      for ( unsigned i = node.count; i > pos; --i ) {
+         node.keys[ i ] = node.keys[ i - 1 ];
+         items( node )[ i ] = items( node )[ i - 1 ];
+      }
+      node.keys[ pos ] = key;
+      items( node )[ pos ] = item;
+      ++node.count;
+   }
+   template< class Node >
+   static void removeAt( Node & node, unsigned pos ) noexcept {
+      for ( unsigned i = pos + 1; i < node.count; ++i ) {
+         node.keys[ i - 1 ] = node.keys[ i ];
+         items( node )[ i - 1 ] = items( node )[ i ];
+      }
+      --node.count;
+   }
+   template< class Node >
+   static void moveUpperHalf( Node & from, Node & to ) noexcept {
+      for ( unsigned i = half; i < fanout; ++i ) {
+         to.keys[ i - half ] = from.keys[ i ];
+         items( to )[ i - half ] = items( from )[ i ];
+      }
+      from.count = half;
+      to.count = fanout - half;
+   }
+   static value_type ** items( Leaf & leaf ) noexcept { return leaf.values; }
+   static void ** items( Inner & inner ) noexcept { return inner.children; }
+
+   static void freeTree( void * node, unsigned height ) noexcept {
+      if ( height == 0 ) {
+         delete static_cast< Leaf * >( node );
+         return;
+      }
+      Inner * inner = static_cast< Inner * >( node );
+      for ( unsigned i = 0; i < inner->count; ++i ) {
+         freeTree( inner->children[ i ], height - 1 );
+      }
+      delete inner;
+   }
+
+   // --- The hash index.
+
    static constexpr std::size_t npos = ~std::size_t( 0 );
 
    // The top half of the spread hash, never zero, which marks a free slot.
    // A tag's home is the tag scaled to the capacity, so neither growing nor
-   // erasing reads a node, and the capacity need not be a power of two.
+   // erasing reads an element, and the capacity need not be a power of two.
    static std::uint32_t tagOf( const K & key ) noexcept {
       const std::uint64_t spread = std::uint64_t( Hash()( key ) ) * 0x9E3779B97F4A7C15ull;
       return static_cast< std::uint32_t >( spread >> 32 ) | 1u;
@@ -123,30 +468,30 @@ class IndexedMap {
       return slot + 1 == tags_.size() ? 0 : slot + 1;
    }
 
-   template< class Match >
-   std::size_t probe( std::uint32_t tag, Match matches ) const {
+   std::size_t slotOf( const K & key, std::uint32_t tag ) const {
       if ( tags_.empty() ) {
          return npos;
       }
       for ( std::size_t slot = home( tag ); tags_[ slot ] != 0; slot = next( slot ) ) {
-         if ( tags_[ slot ] == tag && matches( const_iterator( nodes_[ slot ] ) ) ) {
+         if ( tags_[ slot ] == tag && nodes_[ slot ]->first == key ) {
             return slot;
          }
       }
       return npos;
    }
-   std::size_t slotOf( const K & key, std::uint32_t tag ) const {
-      return probe( tag, [ &key ]( const_iterator node ) { return node->first == key; } );
+   value_type * lookup( const K & key, std::uint32_t tag ) const {
+      const std::size_t slot = slotOf( key, tag );
+      return slot == npos ? nullptr : nodes_[ slot ];
    }
 
    // Needs a free slot.
-   void place( std::uint32_t tag, iterator node ) noexcept {
+   void place( std::uint32_t tag, value_type * element ) noexcept {
       std::size_t slot = home( tag );
       while ( tags_[ slot ] != 0 ) {
          slot = next( slot );
       }
       tags_[ slot ] = tag;
-      nodes_[ slot ] = node;
+      nodes_[ slot ] = element;
    }
 
    // Backward shift: each element of the run after the gap moves into it
@@ -166,15 +511,16 @@ class IndexedMap {
    }
 
    // At most seven eighths full, and at least seven twelfths once grown:
-   // a probe reads tags, sixteen to a cache line, and looks at a node only
-   // when a tag matches; growing by half keeps the index near 17 bytes a key.
-   void reserve( std::size_t count ) {
+   // a probe reads tags, sixteen to a cache line, and looks at an element
+   // only when a tag matches; growing by half keeps the index near 17 bytes
+   // a key.
+   void reserveIndex( std::size_t count ) {
       if ( count * 8 <= tags_.size() * 7 ) {
          return;
       }
       const std::size_t capacity = tags_.empty() ? 16 : tags_.size() + tags_.size() / 2;
       std::vector< std::uint32_t > oldTags( capacity, 0 );
-      std::vector< iterator > oldNodes( capacity );
+      std::vector< value_type * > oldNodes( capacity );
       oldTags.swap( tags_ );
       oldNodes.swap( nodes_ );
       for ( std::size_t i = 0; i < oldTags.size(); ++i ) {
@@ -184,11 +530,18 @@ class IndexedMap {
       }
    }
 
-   // Before the tree, which gives its nodes back to it.
+   // Before the elements, which go back to it.
    NodePool pool_;
-   Tree tree_;
+   void * root_ = nullptr;
+   // Inner levels above the leaves.
+   unsigned height_ = 0;
+   Leaf * first_ = nullptr;
+   Leaf * last_ = nullptr;
+   std::size_t size_ = 0;
+   // The way down to the leaf an insertion or erasure works on.
+   mutable std::vector< Step > path_;
    std::vector< std::uint32_t > tags_;
-   std::vector< iterator > nodes_;
+   std::vector< value_type * > nodes_;
 };
 
 } // namespace Vel

@@ -165,60 +165,92 @@ struct SpreadHash {
    std::uint64_t operator()( unsigned key ) const noexcept { return key; }
 };
 
-// The indexed map against a plain ordered map: every lookup through the
-// index, every walk through the tree, with nodes recycled through its pool.
-// Under the crowding hash, runs of equal tags wrap around the index, so
-// probing past a matching tag and the backward shift both get exercised.
+// The indexed map against a plain ordered map: lookups through the index,
+// walks and bounds through the tree, growing past several levels and
+// shrinking back to nothing. Under the crowding hash, runs of equal tags wrap
+// around the index, so probing past a matching tag and the backward shift
+// both get exercised.
 template< class Hash >
-void checkIndexedMapAgainstModel( unsigned seed ) {
+void checkIndexedMapAgainstModel( unsigned seed, unsigned keyRange ) {
    std::mt19937 random( seed );
    std::map< unsigned, std::string > model;
    Vel::IndexedMap< unsigned, std::string, std::less< unsigned >, Hash > indexed;
-   for ( unsigned op = 0; op < 6000; ++op ) {
-      const unsigned key = random() % 400;
-      switch ( random() % 5 ) {
+   const auto sameAsModel = [ & ] {
+      return std::equal( indexed.begin(), indexed.end(), model.begin(), model.end() ) &&
+             std::equal( std::make_reverse_iterator( indexed.end() ),
+                         std::make_reverse_iterator( indexed.begin() ), model.rbegin(),
+                         model.rend() );
+   };
+   const std::string * pinned = nullptr;
+   unsigned pinnedKey = 0;
+   for ( unsigned op = 0; op < 20000; ++op ) {
+      // Mostly growth in the first half, mostly erasure in the second.
+      const bool growing = ( op / 5000 ) % 2 == 0;
+      const unsigned key = random() % keyRange;
+      switch ( random() % 6 ) {
       case 0:
-         ASSERT_EQ( indexed.erase( key ), model.erase( key ) );
-         break;
       case 1:
+         if ( !growing ) {
+            ASSERT_EQ( indexed.erase( key ), model.erase( key ) );
+            break;
+         }
+         [[fallthrough]];
+      case 2: {
+         const auto [ element, inserted ] =
+            indexed.try_emplace( key, "first " + std::to_string( op ) );
+         ASSERT_EQ( inserted, model.try_emplace( key, "first " + std::to_string( op ) ).second );
+         ASSERT_EQ( element->first, key );
+         break;
+      }
+      case 3:
          if ( auto at = indexed.find( key ); at != indexed.end() ) {
-            const auto after = std::next( at );
-            ASSERT_TRUE( indexed.erase( at ) == after );
+            indexed.erase( at );
             model.erase( key );
          }
-         break;
-      case 2:
-         ASSERT_EQ( indexed.try_emplace( key, "first " + std::to_string( op ) ).second,
-                    model.try_emplace( key, "first " + std::to_string( op ) ).second );
          break;
       default:
          indexed.insert_or_assign( key, "value " + std::to_string( op ) );
          model.insert_or_assign( key, "value " + std::to_string( op ) );
       }
-      const unsigned probe = random() % 400;
-      const auto found = indexed.find( probe );
-      ASSERT_EQ( found == indexed.end(), !model.contains( probe ) ) << "op " << op;
-      if ( found != indexed.end() ) {
-         ASSERT_EQ( found->second, model.at( probe ) );
+      // An element stays where it is while others come and go.
+      if ( pinned && model.contains( pinnedKey ) ) {
+         ASSERT_EQ( pinned, indexed.findValue( pinnedKey ) ) << "op " << op;
+      } else if ( !model.empty() ) {
+         pinnedKey = model.begin()->first;
+         pinned = indexed.findValue( pinnedKey );
+      }
+      const unsigned probe = random() % keyRange;
+      const std::string * found = indexed.findValue( probe );
+      ASSERT_EQ( found == nullptr, !model.contains( probe ) ) << "op " << op;
+      if ( found ) {
+         ASSERT_EQ( *found, model.at( probe ) );
+      }
+      const auto lower = indexed.lower_bound( probe );
+      const auto upper = indexed.upper_bound( probe );
+      ASSERT_EQ( lower == indexed.end(), model.lower_bound( probe ) == model.end() );
+      ASSERT_EQ( upper == indexed.end(), model.upper_bound( probe ) == model.end() );
+      if ( lower != indexed.end() ) {
+         ASSERT_EQ( lower->first, model.lower_bound( probe )->first );
+      }
+      if ( upper != indexed.end() ) {
+         ASSERT_EQ( upper->first, model.upper_bound( probe )->first );
       }
       ASSERT_EQ( indexed.size(), model.size() );
-      if ( op % 64 == 0 ) {
-         ASSERT_TRUE( std::equal( indexed.begin(), indexed.end(), model.begin(), model.end() ) )
-            << "op " << op;
-         for ( const auto & [ present, value ] : model ) {
-            ASSERT_TRUE( indexed.contains( present ) ) << present;
-         }
+      if ( op % 512 == 0 ) {
+         ASSERT_TRUE( sameAsModel() ) << "op " << op;
       }
-      if ( op == 3000 ) {
+      if ( op == 12000 ) {
          indexed.clear();
          model.clear();
+         pinned = nullptr;
       }
    }
+   ASSERT_TRUE( sameAsModel() );
 }
 
 TEST( SmallContainers, IndexedMapMatchesAnOrderedMap ) {
-   checkIndexedMapAgainstModel< CrowdingHash >( 7 );
-   checkIndexedMapAgainstModel< SpreadHash >( 8 );
+   checkIndexedMapAgainstModel< CrowdingHash >( 7, 400 );
+   checkIndexedMapAgainstModel< SpreadHash >( 8, 5000 );
 }
 
 // A copy of a pooled container allocates on its own, so it outlives the pool.
