@@ -248,8 +248,10 @@ class IndexedMap {
       Inner * node;
       unsigned child;
    };
-   // The nodes an insertion may need, made before anything changes.
+   // Where an insertion goes (null in an empty tree, the path to it in
+   // path_) and the nodes it may need, made before anything changes.
    struct Spare {
+      Leaf * target = nullptr;
       std::unique_ptr< Leaf > leaf;
       std::vector< std::unique_ptr< Inner > > inners;
    };
@@ -295,7 +297,8 @@ class IndexedMap {
          spare.leaf = std::make_unique< Leaf >();
          return spare;
       }
-      if ( descend( key, true )->count < fanout ) {
+      spare.target = descend( key, true );
+      if ( spare.target->count < fanout ) {
          return spare;
       }
       spare.leaf = std::make_unique< Leaf >();
@@ -311,11 +314,10 @@ class IndexedMap {
       return spare;
    }
 
-   // Puts the new element in order; path_ holds the way to its leaf unless
-   // the tree is empty.
+   // Puts the new element in order, where spare says.
    void link( value_type * element, Spare & spare ) noexcept {
       const K & key = element->first;
-      if ( !root_ ) {
+      if ( !spare.target ) {
          Leaf * leaf = spare.leaf.release();
          leaf->keys[ 0 ] = key;
          leaf->values[ 0 ] = element;
@@ -323,23 +325,30 @@ class IndexedMap {
          root_ = first_ = last_ = leaf;
          return;
       }
-      Leaf * leaf = descend( key, false );
+      Leaf * leaf = spare.target;
       const unsigned pos = unsigned(
          std::lower_bound( leaf->keys, leaf->keys + leaf->count, key, Less() ) - leaf->keys );
       if ( leaf->count < fanout ) {
          insertAt( *leaf, pos, key, element );
          return;
       }
+      // Keys that come in ascending order, as a producer often writes them,
+      // leave full nodes behind them rather than half-full ones.
+      const bool appending = leaf == last_ && pos == fanout;
       Leaf * right = spare.leaf.release();
-      moveUpperHalf( *leaf, *right );
       right->prev = leaf;
       right->next = leaf->next;
       ( leaf->next ? leaf->next->prev : last_ ) = right;
       leaf->next = right;
-      if ( pos <= half ) {
-         insertAt( *leaf, pos, key, element );
+      if ( appending ) {
+         insertAt( *right, 0, key, element );
       } else {
-         insertAt( *right, pos - half, key, element );
+         moveUpperHalf( *leaf, *right );
+         if ( pos <= half ) {
+            insertAt( *leaf, pos, key, element );
+         } else {
+            insertAt( *right, pos - half, key, element );
+         }
       }
       K separator = right->keys[ 0 ];
       void * newChild = right;
@@ -352,11 +361,15 @@ class IndexedMap {
             return;
          }
          Inner * rightInner = ( spareInner++ )->release();
-         moveUpperHalf( inner, *rightInner );
-         if ( at <= half ) {
-            insertAt( inner, at, separator, newChild );
+         if ( appending ) {
+            insertAt( *rightInner, 0, separator, newChild );
          } else {
-            insertAt( *rightInner, at - half, separator, newChild );
+            moveUpperHalf( inner, *rightInner );
+            if ( at <= half ) {
+               insertAt( inner, at, separator, newChild );
+            } else {
+               insertAt( *rightInner, at - half, separator, newChild );
+            }
          }
          separator = rightInner->keys[ 0 ];
          newChild = rightInner;

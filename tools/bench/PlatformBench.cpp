@@ -1,9 +1,14 @@
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <map>
+#include <random>
+#include <vector>
 
 #include "platform/vel/Attribute.h"
 #include "platform/vel/Collection.h"
+#include "platform/vel/IndexedMap.h"
 #include "types/TunnelId.h"
 #include "types/TunnelTableEntry.h"
 
@@ -57,5 +62,47 @@ void candidateOrder( benchmark::State & state ) {
    }
 }
 BENCHMARK( candidateOrder );
+
+// A large table's two hot operations at its size (the argument): inserting
+// keys in random order, as reviews come out of a hash-ordered backlog, then
+// finding each once. The indexed map against a node-per-key ordered map.
+std::vector< TunnelId > shuffledIds( std::size_t count ) {
+   std::vector< TunnelId > ids;
+   ids.reserve( count );
+   for ( std::size_t i = 0; i < count; ++i ) {
+      ids.emplace_back( TunnelType::srTunnel, i );
+   }
+   std::shuffle( ids.begin(), ids.end(), std::mt19937( 1 ) );
+   return ids;
+}
+
+template< class Map >
+void randomInsertThenFind( benchmark::State & state ) {
+   const auto ids = shuffledIds( std::size_t( state.range( 0 ) ) );
+   for ( auto _ : state ) {
+      Map map;
+      for ( TunnelId id : ids ) {
+         map.try_emplace( id, id.value() );
+      }
+      std::uint64_t sum = 0;
+      for ( TunnelId id : ids ) {
+         if constexpr ( requires { map.findValue( id ); } ) {
+            sum += *map.findValue( id );
+         } else {
+            sum += map.find( id )->second;
+         }
+      }
+      benchmark::DoNotOptimize( sum );
+   }
+   state.SetItemsProcessed( state.iterations() * state.range( 0 ) );
+}
+BENCHMARK_TEMPLATE( randomInsertThenFind, Vel::IndexedMap< TunnelId, std::uint64_t > )
+   ->Arg( 100000 )
+   ->Arg( 1000000 )
+   ->Unit( benchmark::kMillisecond );
+BENCHMARK_TEMPLATE( randomInsertThenFind, std::map< TunnelId, std::uint64_t > )
+   ->Arg( 100000 )
+   ->Arg( 1000000 )
+   ->Unit( benchmark::kMillisecond );
 
 } // namespace
