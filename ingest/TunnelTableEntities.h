@@ -1,5 +1,8 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
+
 #include "platform/vel/Collection.h"
 #include "platform/vel/Name.h"
 #include "platform/vel/Ptr.h"
@@ -20,17 +23,33 @@ class TunnelTableEntities : public Vel::PtrInterface {
       return tunnelTable_.get( name );
    }
    bool tunnelTableHas( const Vel::String & name ) const { return tunnelTable_.has( name ); }
+   // Each change forgets the typed views before its reactors run.
    void tunnelTableIs( const Vel::String & name, Vel::PtrConst< TunnelTableBase > table ) {
+      typed_.fill( {} );
       tunnelTable_.set( name, std::move( table ) );
    }
-   void tunnelTableDel( const Vel::String & name ) { tunnelTable_.del( name ); }
-   void tunnelTableDelAll() { tunnelTable_.delAll(); }
+   void tunnelTableDel( const Vel::String & name ) {
+      typed_.fill( {} );
+      tunnelTable_.del( name );
+   }
+   void tunnelTableDelAll() {
+      typed_.fill( {} );
+      tunnelTable_.delAll();
+   }
 
    // The table of its fixed name as its own type; null when that name is
-   // absent or holds a table of another type.
+   // absent or holds a table of another type. Looked up by name once per
+   // change of the collection: every review of a tunnel asks for its table.
    template< class Table >
    Vel::PtrConst< Table > typedTable() const {
-      return Vel::dynamicCast< const Table >( tunnelTable( Vel::String( Table::tableName ) ) );
+      static_assert( static_cast< std::size_t >( Table::tableId ) < tableIdentifiers );
+      TypedView & view = typed_[ static_cast< std::size_t >( Table::tableId ) ];
+      if ( !view.known ) {
+         view.table = Vel::dynamicCast< const Table >(
+                         tunnelTable( Vel::String( Table::tableName ) ) ).get();
+         view.known = true;
+      }
+      return Vel::PtrConst< Table >( static_cast< const Table * >( view.table ) );
    }
 
    Vel::PtrConst< LdpTunnelTable > ldpTable() const { return typedTable< LdpTunnelTable >(); }
@@ -80,7 +99,15 @@ class TunnelTableEntities : public Vel::PtrInterface {
    }
 
  private:
+   // Held by the collection, which outlives the view.
+   struct TypedView {
+      bool known = false;
+      const void * table = nullptr;
+   };
+   static constexpr std::size_t tableIdentifiers = 21;
+
    Coll tunnelTable_;
+   mutable std::array< TypedView, tableIdentifiers > typed_{};
 };
 
 Vel::Ptr< TunnelTableEntities > tunnelTableEntitiesFactory();

@@ -8,9 +8,10 @@ namespace {
 
 // The table's name for traces and for the entities; empty for an identifier
 // without one. Reads the map without adding rows.
-Vel::String tableName( TunnelTableIdentifier table ) {
+const Vel::String & tableName( TunnelTableIdentifier table ) {
+   static const Vel::String none;
    auto it = TableIdToNameMap.find( table );
-   return it == TableIdToNameMap.end() ? Vel::String() : it->second;
+   return it == TableIdToNameMap.end() ? none : it->second;
 }
 
 // The nexthop-group and SR-TE policy tables take the helper directly: their
@@ -40,7 +41,7 @@ void handleConfigPreferences( TunnelRibId rib, TunnelTableIdentifier table, Tunn
                               TunnelTableEntryFilter & filter,
                               const TunnelTableEntities * entities,
                               const TunnelRibProtoEntry * protoEntry, bool isDeletion ) {
-   const Vel::String tunnelType = tableName( table );
+   const Vel::String & tunnelType = tableName( table );
    VEL_TRACE( 8, "tunnelRibId: ", rib, " tableId: ", tunnelType, " tid: ", tid,
               " isDeletion: ", isDeletion );
    if ( isDeletion ) {

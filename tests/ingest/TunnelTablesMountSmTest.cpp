@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "ingest/TunnelTablesMountSm.h"
 #include "platform/vel/Trace.h"
 #include "types/TunnelTableMounter.h"
@@ -95,6 +97,32 @@ TEST_F( MountFixture, TypedAccessorsAreNullForAnotherTypeOrAnAbsentName ) {
    filter->tableIs( "odd" );
    EXPECT_FALSE( entities->tunnelTableHas( "odd" ) );
    EXPECT_FALSE( entityManager->mounted( "tunnel/table/odd" ) );
+}
+
+// The typed view follows every change under its name, including one made
+// while a reactor of the collection reads it.
+TEST( TunnelTableEntities, TypedViewFollowsReplacementAndRemoval ) {
+   auto entities = tunnelTableEntitiesFactory();
+   EXPECT_FALSE( entities->ldpTable() );
+   auto first = Vel::make< LdpTunnelTable >();
+   entities->tunnelTableIs( "ldp", first );
+   EXPECT_EQ( entities->ldpTable().get(), first.get() );
+   std::vector< const void * > seenByReactor;
+   auto reactor = entities->tunnelTable().react(
+      [ & ]( const Vel::String & ) { seenByReactor.push_back( entities->ldpTable().get() ); } );
+   auto second = Vel::make< LdpTunnelTable >();
+   entities->tunnelTableIs( "ldp", second );
+   EXPECT_EQ( entities->ldpTable().get(), second.get() );
+   entities->tunnelTableIs( "ldp", Vel::make< StaticTunnelTable >() );
+   EXPECT_FALSE( entities->ldpTable() );
+   entities->tunnelTableIs( "ldp", first );
+   entities->tunnelTableDel( "ldp" );
+   EXPECT_FALSE( entities->ldpTable() );
+   entities->tunnelTableIs( "ldp", second );
+   entities->tunnelTableDelAll();
+   EXPECT_FALSE( entities->ldpTable() );
+   EXPECT_EQ( seenByReactor, ( std::vector< const void * >{ second.get(), nullptr, first.get(),
+                                                           nullptr, second.get(), nullptr } ) );
 }
 
 TEST( TunnelTableMounter, DescriptionsOfEveryTableName ) {
