@@ -34,7 +34,7 @@ void processTunnelRibTReview( const Rib & rib, const typename Rib::Table::Key & 
                  builder.tunnelRibId() );
       current = entries.lower_bound( key );
    }
-   // Rewriting an entry keeps its node, so the walk stays valid. The entry is
+   // Rewriting an entry moves nothing, so the walk stays valid. The entry is
    // read through a lookup, which reports a corrupted map and reads as absent.
    while ( current != entries.end() ) {
       builder.checkAndUpdateIgpCostPref( current->second.coloredTep() );

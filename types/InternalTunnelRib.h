@@ -9,7 +9,7 @@
 namespace Tunnel::TunnelTable {
 
 // Every candidate tunnel per endpoint (an uncolored endpoint has no color),
-// in endpoint order. Each endpoint's candidates live in its node.
+// in endpoint order. Each endpoint's candidates live in its element.
 class InternalTunnelRib : public Vel::PtrInterface {
  public:
    using Coll = Vel::IndexedMap< ColoredTunnelEndpoint, TunnelTableOrderedEntry >;

@@ -120,8 +120,9 @@ class Collection {
    bool corrupted_ = false;
 };
 
-// The large shared tables: ordered, their nodes from a pool of the table's
-// own, and found through a hash index.
+// The large shared tables: ordered, each element in a block of the table's
+// own pool, found through a hash index (see Vel::IndexedMap for what a walk
+// may and may not do while the table changes).
 template< class K, class V, class Less = std::less< K > >
 using OrderedCollection = Collection< K, V, Vel::IndexedMap< K, V, Less > >;
 
