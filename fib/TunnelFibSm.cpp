@@ -343,11 +343,15 @@ void TunnelFibSm::updateTunnelFibEntry( const TunnelId & tunnelId ) {
       const bool wasUnprogrammable = unprogrammableTunnelId_->entryHas( tunnelId );
       doUpdateTunnelFibEntry( consFibEntry, usable );
       const bool isUnprogrammable = unprogrammableTunnelId_->entryHas( tunnelId );
-      const bool awaited = lowerTunnelAwaited_.erase( tunnelId ) != 0;
+      // Both sets are almost always empty, and erasing from one still hashes.
+      const bool awaited =
+         !lowerTunnelAwaited_.empty() && lowerTunnelAwaited_.erase( tunnelId ) != 0;
       auto beneath = resolvedByTunnels_.find( tunnelId );
       const bool beneathChanged =
          beneath == resolvedByTunnels_.end() ? !beneathBefore.empty() : beneath->second != beneathBefore;
-      if ( tunnelFibEntryMarkedUnprocessed_.erase( tunnelId ) != 0 ||
+      const bool markedUnprocessed = !tunnelFibEntryMarkedUnprocessed_.empty() &&
+                                     tunnelFibEntryMarkedUnprocessed_.erase( tunnelId ) != 0;
+      if ( markedUnprocessed ||
            wasUnprogrammable != isUnprogrammable || awaited || beneathChanged ) {
          // Tunnels above were deferred for this one, or computed over what it
          // was, or refused for a loop through what it rested on; when its vias

@@ -23,17 +23,32 @@ class TunnelTableEntities : public Vel::PtrInterface {
       return tunnelTable_.get( name );
    }
    bool tunnelTableHas( const Vel::String & name ) const { return tunnelTable_.has( name ); }
-   // Each change forgets the typed views before its reactors run.
+   // Whether a table is filed under the identifier's name (the empty name
+   // for an identifier without one); remembered until the collection
+   // changes, as preference mapping asks it for every tunnel.
+   bool tunnelTableHas( TunnelTableIdentifier table ) const {
+      const auto index = static_cast< std::size_t >( table );
+      if ( index >= tableIdentifiers ) {
+         return tunnelTableHas( nameOf( table ) );
+      }
+      View & view = views_[ index ];
+      if ( !view.filedKnown ) {
+         view.filed = tunnelTableHas( nameOf( table ) );
+         view.filedKnown = true;
+      }
+      return view.filed;
+   }
+   // Each change forgets what the views remember before its reactors run.
    void tunnelTableIs( const Vel::String & name, Vel::PtrConst< TunnelTableBase > table ) {
-      typed_.fill( {} );
+      views_.fill( {} );
       tunnelTable_.set( name, std::move( table ) );
    }
    void tunnelTableDel( const Vel::String & name ) {
-      typed_.fill( {} );
+      views_.fill( {} );
       tunnelTable_.del( name );
    }
    void tunnelTableDelAll() {
-      typed_.fill( {} );
+      views_.fill( {} );
       tunnelTable_.delAll();
    }
 
@@ -43,13 +58,13 @@ class TunnelTableEntities : public Vel::PtrInterface {
    template< class Table >
    Vel::PtrConst< Table > typedTable() const {
       static_assert( static_cast< std::size_t >( Table::tableId ) < tableIdentifiers );
-      TypedView & view = typed_[ static_cast< std::size_t >( Table::tableId ) ];
-      if ( !view.known ) {
-         view.table = Vel::dynamicCast< const Table >(
+      View & view = views_[ static_cast< std::size_t >( Table::tableId ) ];
+      if ( !view.typedKnown ) {
+         view.typed = Vel::dynamicCast< const Table >(
                          tunnelTable( Vel::String( Table::tableName ) ) ).get();
-         view.known = true;
+         view.typedKnown = true;
       }
-      return Vel::PtrConst< Table >( static_cast< const Table * >( view.table ) );
+      return Vel::PtrConst< Table >( static_cast< const Table * >( view.typed ) );
    }
 
    Vel::PtrConst< LdpTunnelTable > ldpTable() const { return typedTable< LdpTunnelTable >(); }
@@ -99,15 +114,24 @@ class TunnelTableEntities : public Vel::PtrInterface {
    }
 
  private:
-   // Held by the collection, which outlives the view.
-   struct TypedView {
-      bool known = false;
-      const void * table = nullptr;
+   // Per identifier: its fixed name's table as its own type (held by the
+   // collection, which outlives the view), and whether its name is filed.
+   struct View {
+      bool typedKnown = false;
+      const void * typed = nullptr;
+      bool filedKnown = false;
+      bool filed = false;
    };
    static constexpr std::size_t tableIdentifiers = 21;
 
+   static const Vel::String & nameOf( TunnelTableIdentifier table ) {
+      static const Vel::String none;
+      const auto it = TableIdToNameMap.find( table );
+      return it == TableIdToNameMap.end() ? none : it->second;
+   }
+
    Coll tunnelTable_;
-   mutable std::array< TypedView, tableIdentifiers > typed_{};
+   mutable std::array< View, tableIdentifiers > views_{};
 };
 
 Vel::Ptr< TunnelTableEntities > tunnelTableEntitiesFactory();

@@ -41,14 +41,14 @@ void handleConfigPreferences( TunnelRibId rib, TunnelTableIdentifier table, Tunn
                               TunnelTableEntryFilter & filter,
                               const TunnelTableEntities * entities,
                               const TunnelRibProtoEntry * protoEntry, bool isDeletion ) {
-   const Vel::String & tunnelType = tableName( table );
-   VEL_TRACE( 8, "tunnelRibId: ", rib, " tableId: ", tunnelType, " tid: ", tid,
+   VEL_TRACE( 8, "tunnelRibId: ", rib, " tableId: ", tableName( table ), " tid: ", tid,
               " isDeletion: ", isDeletion );
    if ( isDeletion ) {
       filter.preferenceDel( tid );
       return;
    }
-   VEL_ASSERT( entities && entities->tunnelTableHas( tunnelType ),
+   // The identifier stands for its table's name.
+   VEL_ASSERT( entities && entities->tunnelTableHas( table ),
                "entities && entities->tunnelTableHas( tunnelType )" );
    const TunnelRibProtoEntry & config = *protoEntry;
    auto update = [ & ]( const auto & typedTable ) {
