@@ -99,14 +99,18 @@ TEST_F( MountFixture, TypedAccessorsAreNullForAnotherTypeOrAnAbsentName ) {
    EXPECT_FALSE( entityManager->mounted( "tunnel/table/odd" ) );
 }
 
-// The typed view follows every change under its name, including one made
-// while a reactor of the collection reads it.
+// The typed view, and whether an identifier's name is filed, follow every
+// change under the name, including one made while a reactor of the
+// collection reads them.
 TEST( TunnelTableEntities, TypedViewFollowsReplacementAndRemoval ) {
    auto entities = tunnelTableEntitiesFactory();
    EXPECT_FALSE( entities->ldpTable() );
+   EXPECT_FALSE( entities->tunnelTableHas( TunnelTableIdentifier::ldpTable ) );
    auto first = Vel::make< LdpTunnelTable >();
    entities->tunnelTableIs( "ldp", first );
    EXPECT_EQ( entities->ldpTable().get(), first.get() );
+   EXPECT_TRUE( entities->tunnelTableHas( TunnelTableIdentifier::ldpTable ) );
+   EXPECT_FALSE( entities->tunnelTableHas( TunnelTableIdentifier::srTable ) );
    std::vector< const void * > seenByReactor;
    auto reactor = entities->tunnelTable().react(
       [ & ]( const Vel::String & ) { seenByReactor.push_back( entities->ldpTable().get() ); } );
@@ -115,12 +119,14 @@ TEST( TunnelTableEntities, TypedViewFollowsReplacementAndRemoval ) {
    EXPECT_EQ( entities->ldpTable().get(), second.get() );
    entities->tunnelTableIs( "ldp", Vel::make< StaticTunnelTable >() );
    EXPECT_FALSE( entities->ldpTable() );
+   EXPECT_TRUE( entities->tunnelTableHas( TunnelTableIdentifier::ldpTable ) );
    entities->tunnelTableIs( "ldp", first );
    entities->tunnelTableDel( "ldp" );
    EXPECT_FALSE( entities->ldpTable() );
    entities->tunnelTableIs( "ldp", second );
    entities->tunnelTableDelAll();
    EXPECT_FALSE( entities->ldpTable() );
+   EXPECT_FALSE( entities->tunnelTableHas( TunnelTableIdentifier::ldpTable ) );
    EXPECT_EQ( seenByReactor, ( std::vector< const void * >{ second.get(), nullptr, first.get(),
                                                            nullptr, second.get(), nullptr } ) );
 }
