@@ -82,8 +82,7 @@ ProtocolTunnelSm::SeenTunnelIds::entries() const {
 void ProtocolTunnelSm::seenTunnelIdIs( TunnelId id, TunnelTableIdentifier tableId ) {
    auto & seen = seenTunnelId_;
    if ( keepsSeenIds() && tableId == seenIdsTableId() && tableHolds( id ) ) {
-      seen.unseen_.erase( id );
-      seen.extra_.erase( id );
+      seenInTableIs( id );
       return;
    }
    if ( keepsSeenIds() && tableHolds( id ) ) {

@@ -103,6 +103,12 @@ class ProtocolTunnelSm : public Vel::PtrInterface {
    virtual bool tableHolds( TunnelId ) const { return false; }
    virtual std::size_t tableSize() const { return 0; }
    virtual void forEachTableId( const std::function< void( TunnelId ) > & ) const {}
+   // seenTunnelIdIs for an id the reactor just found in its table, reported
+   // with its own identifier: nothing to look up again.
+   void seenInTableIs( TunnelId id ) {
+      seenTunnelId_.unseen_.erase( id );
+      seenTunnelId_.extra_.erase( id );
+   }
 
  private:
    TableEntrySm * tableEntrySm_;

@@ -53,7 +53,7 @@ class ProtocolTunnelSmTemplate : public ProtocolTunnelSm {
       VEL_TRACE_AS( entrySignature().c_str(), 8, Row.entryTrace, tunnelId );
       if constexpr ( Row.keepsSeenIds ) {
          if ( present( tunnelId ) ) {
-            seenTunnelIdIs( tunnelId, tunnelTableId() );
+            seenInTableIs( tunnelId );
          } else {
             seenTunnelIdDel( tunnelId );
          }
