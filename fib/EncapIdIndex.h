@@ -7,6 +7,7 @@
 #include <functional>
 #include <vector>
 
+#include "platform/vel/FlatHashMap.h"
 #include "types/TunnelFib.h"
 
 namespace Tunnel::TunnelTable {
@@ -93,10 +94,7 @@ class EncapIdIndex {
          if ( slots_[ slot ].id.isNull() ) {
             break;
          }
-         const std::size_t want = home( slots_[ slot ].hash );
-         const bool stays = gap <= slot ? ( gap < want && want <= slot )
-                                        : ( gap < want || want <= slot );
-         if ( !stays ) {
+         if ( !Vel::staysBehindGap( gap, slot, home( slots_[ slot ].hash ) ) ) {
             slots_[ gap ] = slots_[ slot ];
             gap = slot;
          }

@@ -13,6 +13,13 @@
 
 namespace Vel {
 
+// Erasing from a linear-probing table without tombstones shifts the run
+// after the gap back: the element at slot, whose home slot is want, stays
+// unless its home lies cyclically outside (gap, slot].
+inline bool staysBehindGap( std::size_t gap, std::size_t slot, std::size_t want ) noexcept {
+   return gap <= slot ? ( gap < want && want <= slot ) : ( gap < want || want <= slot );
+}
+
 // A hash map kept in one array: open addressing with linear probing, erasure
 // by shifting the following run back (no tombstones). For the large per-id
 // tables, where a node per element costs an allocation and a cache miss on
@@ -174,10 +181,7 @@ class FlatHashMap {
          if ( !used_[ slot ] ) {
             break;
          }
-         const std::size_t want = home( slots_[ slot ].first );
-         const bool stays = gap <= slot ? ( gap < want && want <= slot )
-                                        : ( gap < want || want <= slot );
-         if ( !stays ) {
+         if ( !staysBehindGap( gap, slot, home( slots_[ slot ].first ) ) ) {
             slots_[ gap ] = std::move( slots_[ slot ] );
             gap = slot;
          }

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/vel/FlatHashMap.h"
 #include "platform/vel/NodePool.h"
 
 namespace Vel {
@@ -507,14 +508,9 @@ class IndexedMap {
       nodes_[ slot ] = element;
    }
 
-   // Backward shift: each element of the run after the gap moves into it
-   // unless its home lies cyclically within (gap, element].
    void removeSlot( std::size_t gap ) noexcept {
       for ( std::size_t slot = next( gap ); tags_[ slot ] != 0; slot = next( slot ) ) {
-         const std::size_t want = home( tags_[ slot ] );
-         const bool stays =
-            gap <= slot ? ( gap < want && want <= slot ) : ( gap < want || want <= slot );
-         if ( !stays ) {
+         if ( !staysBehindGap( gap, slot, home( tags_[ slot ] ) ) ) {
             tags_[ gap ] = tags_[ slot ];
             nodes_[ gap ] = nodes_[ slot ];
             gap = slot;
