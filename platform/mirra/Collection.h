@@ -74,8 +74,8 @@ class Collection {
 
    std::size_t size() const noexcept { return entries_.size(); }
    bool empty() const noexcept { return entries_.empty(); }
-   auto begin() const noexcept { return entries_.begin(); }
-   auto end() const noexcept { return entries_.end(); }
+   auto begin() const { return entries_.begin(); }
+   auto end() const { return entries_.end(); }
    const Map & map() const noexcept { return entries_.map(); }
    template< class F >
    void forEachKey( F && f ) const {

@@ -59,8 +59,8 @@ class Collection {
 
    std::size_t size() const noexcept { return map_.size(); }
    bool empty() const noexcept { return map_.empty(); }
-   const_iterator begin() const noexcept { return map_.begin(); }
-   const_iterator end() const noexcept { return map_.end(); }
+   const_iterator begin() const { return map_.begin(); }
+   const_iterator end() const { return map_.end(); }
    const Map & map() const noexcept { return map_; }
 
    // Visits every key present when the walk reaches it; the callback may

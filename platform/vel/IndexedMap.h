@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -23,13 +24,33 @@ struct IndexHash {
    std::uint64_t operator()( const K & key ) const noexcept { return key.indexHash(); }
 };
 
+// A number that orders as the key does, as far as it goes: of two keys, the
+// lesser never has the greater digest.
+template< class K, class Less >
+std::uint64_t orderDigest( const K & key ) noexcept {
+   if constexpr ( !std::is_same_v< Less, std::less< K > > ) {
+      return 0;
+   } else if constexpr ( requires {
+                            { key.orderDigest() } -> std::convertible_to< std::uint64_t >;
+                         } ) {
+      return key.orderDigest();
+   } else if constexpr ( std::is_unsigned_v< K > ) {
+      return key;
+   } else {
+      return 0;
+   }
+}
+
 // An ordered map for tables of a million keys, where a tree of one node per
 // key misses the caches at every level. Each element lives in a block of its
 // own, from the map's pool, and stays where it is until erased. A hash index
 // finds it by key: a probe of a flat tag array, then the element. The order
-// is kept by a B+ tree of keys and element pointers, sixteen to a node, whose
-// upper levels stay in the caches: inserting a new key reads a leaf or two
-// from memory, not a dozen nodes.
+// is kept by a B+ tree of keys and element pointers, sixteen to a node.
+//
+// The tree learns of new keys only when the order is next read: a walk, a
+// bound, or find. Until then they wait in a list, and are then sorted and
+// put in from left to right, so that a table loaded in any order reads each
+// leaf from memory once, not once a key from the top down.
 //
 // Unlike a node-based map, an insertion or erasure moves its neighbours
 // within their leaf, so it invalidates iterators (never element references);
@@ -47,9 +68,17 @@ class IndexedMap {
    static constexpr unsigned fanout = 16;
    static constexpr unsigned half = fanout / 2;
 
+   struct Element {
+      template< class... Args >
+      explicit Element( Args &&... args ) : value( std::forward< Args >( args )... ) {}
+      value_type value;
+      // Its place in pending_, plus one; zero once in the tree.
+      std::size_t pendingAt = 0;
+   };
+
    struct Leaf {
       K keys[ fanout ];
-      value_type * values[ fanout ];
+      Element * values[ fanout ];
       unsigned count = 0;
       Leaf * prev = nullptr;
       Leaf * next = nullptr;
@@ -77,8 +106,8 @@ class IndexedMap {
             : map_( map ), leaf_( leaf ), pos_( pos ) {}
       operator Iterator< true >() const { return Iterator< true >( map_, leaf_, pos_ ); }
 
-      reference operator*() const { return *leaf_->values[ pos_ ]; }
-      pointer operator->() const { return leaf_->values[ pos_ ]; }
+      reference operator*() const { return leaf_->values[ pos_ ]->value; }
+      pointer operator->() const { return &leaf_->values[ pos_ ]->value; }
       Iterator & operator++() {
          if ( ++pos_ == leaf_->count ) {
             leaf_ = leaf_->next;
@@ -128,10 +157,22 @@ class IndexedMap {
 
    std::size_t size() const noexcept { return size_; }
    bool empty() const noexcept { return size_ == 0; }
-   iterator begin() noexcept { return iterator( this, first_, 0 ); }
-   iterator end() noexcept { return iterator( this, nullptr, 0 ); }
-   const_iterator begin() const noexcept { return const_iterator( this, first_, 0 ); }
-   const_iterator end() const noexcept { return const_iterator( this, nullptr, 0 ); }
+   iterator begin() {
+      ordered();
+      return iterator( this, first_, 0 );
+   }
+   iterator end() {
+      ordered();
+      return iterator( this, nullptr, 0 );
+   }
+   const_iterator begin() const {
+      ordered();
+      return const_iterator( this, first_, 0 );
+   }
+   const_iterator end() const {
+      ordered();
+      return const_iterator( this, nullptr, 0 );
+   }
 
    iterator lower_bound( const K & key ) { return bound< false >( key ); }
    const_iterator lower_bound( const K & key ) const { return bound< false >( key ); }
@@ -149,12 +190,12 @@ class IndexedMap {
 
    // The element's value, or null.
    V * findValue( const K & key ) {
-      value_type * found = lookup( key, tagOf( key ) );
-      return found ? &found->second : nullptr;
+      Element * found = lookup( key, tagOf( key ) );
+      return found ? &found->value.second : nullptr;
    }
    const V * findValue( const K & key ) const {
-      const value_type * found = lookup( key, tagOf( key ) );
-      return found ? &found->second : nullptr;
+      const Element * found = lookup( key, tagOf( key ) );
+      return found ? &found->value.second : nullptr;
    }
    bool contains( const K & key ) const { return lookup( key, tagOf( key ) ) != nullptr; }
    std::size_t count( const K & key ) const { return contains( key ) ? 1 : 0; }
@@ -164,16 +205,19 @@ class IndexedMap {
    template< class... Args >
    std::pair< value_type *, bool > try_emplace( const K & key, Args &&... args ) {
       const std::uint32_t tag = tagOf( key );
-      if ( value_type * found = lookup( key, tag ) ) {
-         return { found, false };
+      if ( Element * found = lookup( key, tag ) ) {
+         return { &found->value, false };
       }
       reserveIndex( size_ + 1 );
-      Spare spare = spareNodesFor( key );
-      value_type * element = makeElement( key, std::forward< Args >( args )... );
-      link( element, spare );
+      if ( pending_.size() == pending_.capacity() ) {
+         pending_.reserve( pending_.size() + pending_.size() / 2 + 16 );
+      }
+      Element * element = makeElement( key, std::forward< Args >( args )... );
       place( tag, element );
+      pending_.push_back( element );
+      element->pendingAt = pending_.size();
       ++size_;
-      return { element, true };
+      return { &element->value, true };
    }
    template< class M >
    std::pair< value_type *, bool > insert_or_assign( const K & key, M && value ) {
@@ -190,9 +234,13 @@ class IndexedMap {
       if ( slot == npos ) {
          return 0;
       }
-      value_type * element = nodes_[ slot ];
+      Element * element = nodes_[ slot ];
       removeSlot( slot );
-      unlink( element );
+      if ( element->pendingAt ) {
+         dropPending( *element );
+      } else {
+         unlink( *element );
+      }
       dropElement( element );
       --size_;
       return 1;
@@ -203,6 +251,10 @@ class IndexedMap {
    }
 
    void clear() noexcept {
+      for ( Element * element : pending_ ) {
+         dropElement( element );
+      }
+      pending_ = {};
       for ( Leaf * leaf = first_; leaf; leaf = leaf->next ) {
          for ( unsigned i = 0; i < leaf->count; ++i ) {
             dropElement( leaf->values[ i ] );
@@ -220,13 +272,13 @@ class IndexedMap {
    }
 
  private:
-   using Allocator = PoolAllocator< value_type >;
+   using Allocator = PoolAllocator< Element >;
    using Traits = std::allocator_traits< Allocator >;
 
    template< class... Args >
-   value_type * makeElement( const K & key, Args &&... args ) {
+   Element * makeElement( const K & key, Args &&... args ) {
       Allocator allocator( &pool_ );
-      value_type * element = Traits::allocate( allocator, 1 );
+      Element * element = Traits::allocate( allocator, 1 );
       try {
          Traits::construct( allocator, element, std::piecewise_construct,
                             std::forward_as_tuple( key ),
@@ -237,7 +289,7 @@ class IndexedMap {
       }
       return element;
    }
-   void dropElement( value_type * element ) noexcept {
+   void dropElement( Element * element ) noexcept {
       Allocator allocator( &pool_ );
       Traits::destroy( allocator, element );
       Traits::deallocate( allocator, element, 1 );
@@ -277,6 +329,7 @@ class IndexedMap {
 
    template< bool Upper >
    Iterator< false > bound( const K & key ) const {
+      ordered();
       if ( !root_ ) {
          return Iterator< false >( this, nullptr, 0 );
       }
@@ -316,8 +369,8 @@ class IndexedMap {
    }
 
    // Puts the new element in order, where spare says.
-   void link( value_type * element, Spare & spare ) noexcept {
-      const K & key = element->first;
+   void link( Element * element, Spare & spare ) noexcept {
+      const K & key = element->value.first;
       if ( !spare.target ) {
          Leaf * leaf = spare.leaf.release();
          leaf->keys[ 0 ] = key;
@@ -386,11 +439,11 @@ class IndexedMap {
 
    // Takes the element out of its leaf, and the leaf out of the tree once
    // empty.
-   void unlink( value_type * element ) noexcept {
-      Leaf * leaf = descend( element->first, true );
-      unsigned pos = unsigned( std::lower_bound( leaf->keys, leaf->keys + leaf->count,
-                                                 element->first, Less() ) -
-                               leaf->keys );
+   void unlink( const Element & element ) noexcept {
+      const K & key = element.value.first;
+      Leaf * leaf = descend( key, true );
+      unsigned pos = unsigned(
+         std::lower_bound( leaf->keys, leaf->keys + leaf->count, key, Less() ) - leaf->keys );
       removeAt( *leaf, pos );
       if ( leaf->count > 0 ) {
          return;
@@ -449,7 +502,7 @@ class IndexedMap {
       from.count = half;
       to.count = fanout - half;
    }
-   static value_type ** items( Leaf & leaf ) noexcept { return leaf.values; }
+   static Element ** items( Leaf & leaf ) noexcept { return leaf.values; }
    static void ** items( Inner & inner ) noexcept { return inner.children; }
 
    static void freeTree( void * node, unsigned height ) noexcept {
@@ -462,6 +515,53 @@ class IndexedMap {
          freeTree( inner->children[ i ], height - 1 );
       }
       delete inner;
+   }
+
+   // --- Keys waiting for the tree.
+
+   // Reading the order is logically const: the tree is a cache of it.
+   void ordered() const {
+      if ( !pending_.empty() ) {
+         const_cast< IndexedMap * >( this )->orderPending();
+      }
+   }
+
+   // Sorted by digest before they go in, so that the tree is walked once
+   // from left to right. Each still finds its place by its whole key, so
+   // keys that share a digest may go in in any order.
+   void orderPending() {
+      std::vector< std::pair< std::uint64_t, Element * > > sorted;
+      sorted.reserve( pending_.size() );
+      for ( Element * element : pending_ ) {
+         sorted.emplace_back( orderDigest< K, Less >( element->value.first ), element );
+      }
+      std::sort( sorted.begin(), sorted.end(),
+                 []( const auto & a, const auto & b ) { return a.first < b.first; } );
+      std::size_t done = 0;
+      try {
+         for ( ; done < sorted.size(); ++done ) {
+            Element * element = sorted[ done ].second;
+            Spare spare = spareNodesFor( element->value.first );
+            link( element, spare );
+            element->pendingAt = 0;
+         }
+      } catch ( ... ) {
+         // Those not in the tree wait on; pending_ has room for them all.
+         pending_.clear();
+         for ( std::size_t i = done; i < sorted.size(); ++i ) {
+            pending_.push_back( sorted[ i ].second );
+            sorted[ i ].second->pendingAt = pending_.size();
+         }
+         throw;
+      }
+      std::vector< Element * >().swap( pending_ );
+   }
+
+   void dropPending( Element & element ) noexcept {
+      Element * last = pending_.back();
+      pending_[ element.pendingAt - 1 ] = last;
+      last->pendingAt = element.pendingAt;
+      pending_.pop_back();
    }
 
    // --- The hash index.
@@ -487,19 +587,19 @@ class IndexedMap {
          return npos;
       }
       for ( std::size_t slot = home( tag ); tags_[ slot ] != 0; slot = next( slot ) ) {
-         if ( tags_[ slot ] == tag && nodes_[ slot ]->first == key ) {
+         if ( tags_[ slot ] == tag && nodes_[ slot ]->value.first == key ) {
             return slot;
          }
       }
       return npos;
    }
-   value_type * lookup( const K & key, std::uint32_t tag ) const {
+   Element * lookup( const K & key, std::uint32_t tag ) const {
       const std::size_t slot = slotOf( key, tag );
       return slot == npos ? nullptr : nodes_[ slot ];
    }
 
    // Needs a free slot.
-   void place( std::uint32_t tag, value_type * element ) noexcept {
+   void place( std::uint32_t tag, Element * element ) noexcept {
       std::size_t slot = home( tag );
       while ( tags_[ slot ] != 0 ) {
          slot = next( slot );
@@ -529,7 +629,7 @@ class IndexedMap {
       }
       const std::size_t capacity = tags_.empty() ? 16 : tags_.size() + tags_.size() / 2;
       std::vector< std::uint32_t > oldTags( capacity, 0 );
-      std::vector< value_type * > oldNodes( capacity );
+      std::vector< Element * > oldNodes( capacity );
       oldTags.swap( tags_ );
       oldNodes.swap( nodes_ );
       for ( std::size_t i = 0; i < oldTags.size(); ++i ) {
@@ -550,7 +650,9 @@ class IndexedMap {
    // The way down to the leaf an insertion or erasure works on.
    mutable std::vector< Step > path_;
    std::vector< std::uint32_t > tags_;
-   std::vector< value_type * > nodes_;
+   std::vector< Element * > nodes_;
+   // Elements the tree does not hold yet, in the order they came.
+   std::vector< Element * > pending_;
 };
 
 } // namespace Vel

@@ -2,7 +2,8 @@
 // router scale. N/2 endpoints each reached by an LDP and an IS-IS SR tunnel
 // (one via out of an Ethernet interface, one label), plus N/10 BGP-LU tunnels
 // to endpoints of their own, each over one SR tunnel; the system RIB takes
-// ldp, sr and bgpLu, and the FIB is on.
+// ldp, sr and bgpLu, and the FIB is on. The cold start ends once every RIB
+// and the FIB have been read in order, as their first reader would.
 
 #include <CLI/CLI.hpp>
 
@@ -15,6 +16,8 @@
 #include <vector>
 
 #include "agent/TunnelAgent.h"
+#include "rib/TunnelRibConfigDirSm.h"
+#include "types/TunnelRib.h"
 #include "types/ProtocolTunnelTable.h"
 #include "types/TunnelRibNameIdMap.h"
 #include "types/TunnelTableMounter.h"
@@ -65,6 +68,7 @@ struct Figures {
    double changeP99Micros = 0;
    double bytesPerTunnel = 0;
    double tableBytesPerTunnel = 0;
+   std::size_t orderedEntries = 0;
 };
 
 class Workload {
@@ -83,6 +87,7 @@ class Workload {
       configure();
       agent_.start();
       agent_.scheduler->runUntilIdle();
+      figures.orderedEntries = readInOrder();
       figures.coldStartSeconds = secondsSince( start );
 
       std::mt19937 random( seed );
@@ -150,6 +155,34 @@ class Workload {
       for ( unsigned i = 0; i < bgpLuTunnels_; ++i ) {
          publishBgpLu( i );
       }
+   }
+
+   // Walks every RIB, the per-protocol RIBs and the FIB in key order; the
+   // entries seen, so that the walk cannot be left out.
+   std::size_t readInOrder() const {
+      std::size_t entries = 0;
+      const auto walk = [ & ]( const auto & table ) {
+         for ( const auto & entry : table ) {
+            entries += entry.second.tunnelIdCount() > 0;
+         }
+      };
+      agent_.entityManager->forEachPath( [ & ]( const std::string & path ) {
+         if ( !path.starts_with( TunnelRibConfigDirSm::statusPathPrefix ) ) {
+            return;
+         }
+         if ( auto rib = agent_.entityManager->lookup< TunnelRib >( path ) ) {
+            walk( rib->entry() );
+         }
+      } );
+      for ( const auto & [ type, wrapper ] : agent_.protocolRibs->protocolTunnelRib() ) {
+         if ( wrapper->tunnelRib() ) {
+            walk( wrapper->tunnelRib()->entry() );
+         }
+      }
+      for ( const auto & entry : agent_.tunnelFib->entry() ) {
+         entries += entry.first != TunnelId();
+      }
+      return entries;
    }
 
    void configure() {
