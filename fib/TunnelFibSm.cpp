@@ -83,7 +83,7 @@ void TunnelFibSm::handleInitialized() {
 
    removeStaleEntries();
    tunnelFib_->entry().forEachKey( [ this ]( const TunnelId & id ) {
-      tunnelFibEntryMarkedUnprocessed_.insert( id );
+      tunnelFibEntryMarkedUnprocessed_.try_emplace( id );
       VEL_TRACE( 8, "adding non-stale tunnelFib entry for review: tunnelId: ", id );
       tunnelForReviewIs( id, true );
    } );
@@ -335,7 +335,9 @@ void TunnelFibSm::updateTunnelFibEntry( const TunnelId & tunnelId ) {
       VEL_TRACE( 8, tunnelId, " update is being deferred." );
       // The old entry stays, and so does what it rests on, until the lower
       // tunnels it waits for are computed and bring it back.
-      lowerTunnelAwaited_.insert( lowerTunnelsNotReady_.begin(), lowerTunnelsNotReady_.end() );
+      for ( TunnelId lower : lowerTunnelsNotReady_ ) {
+         lowerTunnelAwaited_.try_emplace( lower );
+      }
       if ( !beneathBefore.empty() ) {
          resolvedByTunnels_[ tunnelId ] = std::move( beneathBefore );
       }
@@ -343,14 +345,11 @@ void TunnelFibSm::updateTunnelFibEntry( const TunnelId & tunnelId ) {
       const bool wasUnprogrammable = unprogrammableTunnelId_->entryHas( tunnelId );
       doUpdateTunnelFibEntry( consFibEntry, usable );
       const bool isUnprogrammable = unprogrammableTunnelId_->entryHas( tunnelId );
-      // Both sets are almost always empty, and erasing from one still hashes.
-      const bool awaited =
-         !lowerTunnelAwaited_.empty() && lowerTunnelAwaited_.erase( tunnelId ) != 0;
+      const bool awaited = lowerTunnelAwaited_.erase( tunnelId ) != 0;
       auto beneath = resolvedByTunnels_.find( tunnelId );
       const bool beneathChanged =
          beneath == resolvedByTunnels_.end() ? !beneathBefore.empty() : beneath->second != beneathBefore;
-      const bool markedUnprocessed = !tunnelFibEntryMarkedUnprocessed_.empty() &&
-                                     tunnelFibEntryMarkedUnprocessed_.erase( tunnelId ) != 0;
+      const bool markedUnprocessed = tunnelFibEntryMarkedUnprocessed_.erase( tunnelId ) != 0;
       if ( markedUnprocessed ||
            wasUnprogrammable != isUnprogrammable || awaited || beneathChanged ) {
          // Tunnels above were deferred for this one, or computed over what it

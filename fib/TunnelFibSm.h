@@ -261,13 +261,13 @@ class TunnelFibSm : public Vel::PtrInterface {
                         Vel::PoolAllocator< TunnelId >( &tunnelForReviewPool_ ) };
    std::optional< TunnelId > tunnelReviewBookmark_;
    double tunnelReviewDelay_ = 0.01;
-   std::unordered_set< TunnelId > tunnelFibEntryMarkedUnprocessed_;
+   TunnelIdHashMap< Vel::Present > tunnelFibEntryMarkedUnprocessed_;
    DependencyMap directlyDependentTunnels_;
    DependencyMap tunnelsDirectlyDependingOn_;
    DependencyMap resolvedByTunnels_;
    // Lower tunnels that a deferred tunnel waits for, and those the tunnel
    // being computed found not ready.
-   std::unordered_set< TunnelId > lowerTunnelAwaited_;
+   TunnelIdHashMap< Vel::Present > lowerTunnelAwaited_;
    std::vector< TunnelId > lowerTunnelsNotReady_;
    // Per tunnel with flags: the flags, with deferredBit when deferred.
    static constexpr std::uint8_t deferredBit = 0x80;

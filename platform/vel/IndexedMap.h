@@ -4,6 +4,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <iterator>
 #include <memory>
@@ -234,7 +235,7 @@ class IndexedMap {
       if ( slot == npos ) {
          return 0;
       }
-      Element * element = nodes_[ slot ];
+      Element * element = slots_[ slot ].element();
       removeSlot( slot );
       if ( element->pendingAt ) {
          dropPending( *element );
@@ -267,8 +268,7 @@ class IndexedMap {
       first_ = last_ = nullptr;
       height_ = 0;
       size_ = 0;
-      tags_ = {};
-      nodes_ = {};
+      slots_ = {};
    }
 
  private:
@@ -568,6 +568,22 @@ class IndexedMap {
 
    static constexpr std::size_t npos = ~std::size_t( 0 );
 
+   // A tag and its element's address in twelve bytes: a probe that meets its
+   // tag has the address on the same cache line.
+   struct Slot {
+      std::uint32_t tag = 0;
+      unsigned char address[ sizeof( Element * ) ];
+
+      Element * element() const noexcept {
+         Element * element;
+         std::memcpy( &element, address, sizeof element );
+         return element;
+      }
+      void elementIs( Element * element ) noexcept {
+         std::memcpy( address, &element, sizeof element );
+      }
+   };
+
    // The top half of the spread hash, never zero, which marks a free slot.
    // A tag's home is the tag scaled to the capacity, so neither growing nor
    // erasing reads an element, and the capacity need not be a power of two.
@@ -576,18 +592,18 @@ class IndexedMap {
       return static_cast< std::uint32_t >( spread >> 32 ) | 1u;
    }
    std::size_t home( std::uint32_t tag ) const noexcept {
-      return static_cast< std::size_t >( ( std::uint64_t( tag ) * tags_.size() ) >> 32 );
+      return static_cast< std::size_t >( ( std::uint64_t( tag ) * slots_.size() ) >> 32 );
    }
    std::size_t next( std::size_t slot ) const noexcept {
-      return slot + 1 == tags_.size() ? 0 : slot + 1;
+      return slot + 1 == slots_.size() ? 0 : slot + 1;
    }
 
    std::size_t slotOf( const K & key, std::uint32_t tag ) const {
-      if ( tags_.empty() ) {
+      if ( slots_.empty() ) {
          return npos;
       }
-      for ( std::size_t slot = home( tag ); tags_[ slot ] != 0; slot = next( slot ) ) {
-         if ( tags_[ slot ] == tag && nodes_[ slot ]->value.first == key ) {
+      for ( std::size_t slot = home( tag ); slots_[ slot ].tag != 0; slot = next( slot ) ) {
+         if ( slots_[ slot ].tag == tag && slots_[ slot ].element()->value.first == key ) {
             return slot;
          }
       }
@@ -595,46 +611,41 @@ class IndexedMap {
    }
    Element * lookup( const K & key, std::uint32_t tag ) const {
       const std::size_t slot = slotOf( key, tag );
-      return slot == npos ? nullptr : nodes_[ slot ];
+      return slot == npos ? nullptr : slots_[ slot ].element();
    }
 
    // Needs a free slot.
    void place( std::uint32_t tag, Element * element ) noexcept {
       std::size_t slot = home( tag );
-      while ( tags_[ slot ] != 0 ) {
+      while ( slots_[ slot ].tag != 0 ) {
          slot = next( slot );
       }
-      tags_[ slot ] = tag;
-      nodes_[ slot ] = element;
+      slots_[ slot ].tag = tag;
+      slots_[ slot ].elementIs( element );
    }
 
    void removeSlot( std::size_t gap ) noexcept {
-      for ( std::size_t slot = next( gap ); tags_[ slot ] != 0; slot = next( slot ) ) {
-         if ( !staysBehindGap( gap, slot, home( tags_[ slot ] ) ) ) {
-            tags_[ gap ] = tags_[ slot ];
-            nodes_[ gap ] = nodes_[ slot ];
+      for ( std::size_t slot = next( gap ); slots_[ slot ].tag != 0; slot = next( slot ) ) {
+         if ( !staysBehindGap( gap, slot, home( slots_[ slot ].tag ) ) ) {
+            slots_[ gap ] = slots_[ slot ];
             gap = slot;
          }
       }
-      tags_[ gap ] = 0;
+      slots_[ gap ].tag = 0;
    }
 
    // At most seven eighths full, and at least seven twelfths once grown:
-   // a probe reads tags, sixteen to a cache line, and looks at an element
-   // only when a tag matches; growing by half keeps the index near 17 bytes
-   // a key.
+   // growing by half keeps the index near 20 bytes a key.
    void reserveIndex( std::size_t count ) {
-      if ( count * 8 <= tags_.size() * 7 ) {
+      if ( count * 8 <= slots_.size() * 7 ) {
          return;
       }
-      const std::size_t capacity = tags_.empty() ? 16 : tags_.size() + tags_.size() / 2;
-      std::vector< std::uint32_t > oldTags( capacity, 0 );
-      std::vector< Element * > oldNodes( capacity );
-      oldTags.swap( tags_ );
-      oldNodes.swap( nodes_ );
-      for ( std::size_t i = 0; i < oldTags.size(); ++i ) {
-         if ( oldTags[ i ] != 0 ) {
-            place( oldTags[ i ], oldNodes[ i ] );
+      const std::size_t capacity = slots_.empty() ? 16 : slots_.size() + slots_.size() / 2;
+      std::vector< Slot > old( capacity );
+      old.swap( slots_ );
+      for ( const Slot & slot : old ) {
+         if ( slot.tag != 0 ) {
+            place( slot.tag, slot.element() );
          }
       }
    }
@@ -649,8 +660,7 @@ class IndexedMap {
    std::size_t size_ = 0;
    // The way down to the leaf an insertion or erasure works on.
    mutable std::vector< Step > path_;
-   std::vector< std::uint32_t > tags_;
-   std::vector< Element * > nodes_;
+   std::vector< Slot > slots_;
    // Elements the tree does not hold yet, in the order they came.
    std::vector< Element * > pending_;
 };
