@@ -70,7 +70,17 @@ class Collection {
       if constexpr ( requires( const Map & m, const K & k ) { m.upper_bound( k ); } ) {
          for ( auto it = map_.begin(); it != map_.end(); ) {
             K key = it->first;
-            f( key );
+            if constexpr ( requires( const Map & m ) { m.keyChanges(); } ) {
+               // A step that changed no key leaves the iterator valid.
+               const auto before = map_.keyChanges();
+               f( key );
+               if ( map_.keyChanges() == before ) {
+                  ++it;
+                  continue;
+               }
+            } else {
+               f( key );
+            }
             it = map_.upper_bound( key );
          }
       } else {

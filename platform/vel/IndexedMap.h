@@ -158,6 +158,9 @@ class IndexedMap {
 
    std::size_t size() const noexcept { return size_; }
    bool empty() const noexcept { return size_ == 0; }
+   // Insertions and erasures so far: a walk that finds it unchanged after a
+   // step may go on from its iterator.
+   std::uint64_t keyChanges() const noexcept { return keyChanges_; }
    iterator begin() {
       ordered();
       return iterator( this, first_, 0 );
@@ -218,6 +221,7 @@ class IndexedMap {
       pending_.push_back( element );
       element->pendingAt = pending_.size();
       ++size_;
+      ++keyChanges_;
       return { &element->value, true };
    }
    template< class M >
@@ -244,6 +248,7 @@ class IndexedMap {
       }
       dropElement( element );
       --size_;
+      ++keyChanges_;
       return 1;
    }
    void erase( const_iterator at ) {
@@ -268,6 +273,7 @@ class IndexedMap {
       first_ = last_ = nullptr;
       height_ = 0;
       size_ = 0;
+      ++keyChanges_;
       slots_ = {};
    }
 
@@ -658,6 +664,7 @@ class IndexedMap {
    Leaf * first_ = nullptr;
    Leaf * last_ = nullptr;
    std::size_t size_ = 0;
+   std::uint64_t keyChanges_ = 0;
    // The way down to the leaf an insertion or erasure works on.
    mutable std::vector< Step > path_;
    std::vector< Slot > slots_;

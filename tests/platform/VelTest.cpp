@@ -7,6 +7,7 @@
 #include "platform/vel/Attribute.h"
 #include "platform/vel/Clock.h"
 #include "platform/vel/Collection.h"
+#include "platform/vel/IndexedMap.h"
 #include "platform/vel/Ptr.h"
 #include "platform/vel/RangeException.h"
 #include "platform/vel/Trace.h"
@@ -82,6 +83,42 @@ TEST( VelCollection, NotifiesKeysAndWalksWhileDeleting ) {
    } );
    EXPECT_EQ( walked, 10 );
    EXPECT_TRUE( hashed.empty() );
+
+   // Over an indexed map, a step that writes no key goes on from its
+   // iterator; one that inserts or erases finds its place again.
+   struct WordHash {
+      std::uint64_t operator()( int k ) const noexcept { return std::uint64_t( k ); }
+   };
+   Vel::Collection< int, int, Vel::IndexedMap< int, int, std::less< int >, WordHash > > indexed;
+   for ( int i = 0; i < 100; i += 2 ) {
+      indexed.set( i, i );
+   }
+   std::vector< int > seen;
+   indexed.forEachKey( [ & ]( int k ) {
+      seen.push_back( k );
+      indexed.set( k, -k );
+      if ( k == 10 ) {
+         indexed.set( 11, 11 );
+         indexed.set( 5, 5 );
+         indexed.del( 12 );
+      }
+      if ( k == 20 ) {
+         indexed.del( 20 );
+      }
+   } );
+   std::vector< int > expected;
+   for ( int i = 0; i < 100; i += 2 ) {
+      if ( i != 12 ) {
+         expected.push_back( i );
+      }
+      if ( i == 10 ) {
+         expected.push_back( 11 );
+      }
+   }
+   EXPECT_EQ( seen, expected );
+   EXPECT_FALSE( indexed.has( 20 ) );
+   EXPECT_EQ( indexed.get( 5 ), 5 );
+   EXPECT_EQ( indexed.get( 98 ), -98 );
 }
 
 TEST( VelAssert, HandlerGetsTheFixedText ) {
