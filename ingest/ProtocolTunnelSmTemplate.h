@@ -49,23 +49,13 @@ class ProtocolTunnelSmTemplate : public ProtocolTunnelSm {
                                                                       : table_->tunnelTableId();
    }
 
-   void handleTunnelEntry( const TunnelId & tunnelId ) {
-      VEL_TRACE_AS( entrySignature().c_str(), 8, Row.entryTrace, tunnelId );
-      if constexpr ( Row.keepsSeenIds ) {
-         if ( present( tunnelId ) ) {
-            seenInTableIs( tunnelId );
-         } else {
-            seenTunnelIdDel( tunnelId );
-         }
-      }
-      tableEntrySm()->handleTunnelTableEntry( tunnelId, tunnelTableId(), !present( tunnelId ) );
-   }
+   void handleTunnelEntry( const TunnelId & tunnelId ) { handleEntry( tunnelId, false ); }
 
    void handleTunnelEntry() override {
       if ( Row.fullPassTrace ) {
          VEL_TRACE_AS( fullPassSignature().c_str(), 8, Row.fullPassTrace );
       }
-      table_->entry().forEachKey( [ this ]( const TunnelId & id ) { handleTunnelEntry( id ); } );
+      table_->entry().forEachKey( [ this ]( const TunnelId & id ) { handleEntry( id, true ); } );
    }
 
  protected:
@@ -80,6 +70,22 @@ class ProtocolTunnelSmTemplate : public ProtocolTunnelSm {
    }
 
  private:
+   // A walk of the table reaches only ids it holds: unless the table is
+   // found corrupted, there is nothing to look up.
+   void handleEntry( const TunnelId & tunnelId, bool walked ) {
+      VEL_TRACE_AS( entrySignature().c_str(), 8, Row.entryTrace, tunnelId );
+      const bool known = walked && table_->entry().intact();
+      if constexpr ( Row.keepsSeenIds ) {
+         if ( known || present( tunnelId ) ) {
+            seenInTableIs( tunnelId );
+         } else {
+            seenTunnelIdDel( tunnelId );
+         }
+      }
+      tableEntrySm()->handleTunnelTableEntry( tunnelId, tunnelTableId(),
+                                               !known && !present( tunnelId ) );
+   }
+
    // A lookup that finds the table corrupted reports it to the table's
    // corruption handler and counts the entry as absent.
    bool present( const TunnelId & tunnelId ) const {

@@ -104,6 +104,9 @@ class Collection {
    std::uint64_t corruptionReports() const noexcept { return corruptionReports_; }
    // Test hook: makes every lookup find the table corrupted.
    void corruptedIs( bool corrupted ) noexcept { corrupted_ = corrupted; }
+   // Whether a lookup would find the table sound, as a walk, which holds
+   // the key already, needs to know.
+   bool intact() const noexcept { return !corrupted_; }
 
  private:
    void checkIntact() const {

@@ -292,6 +292,19 @@ TEST_F( OwnerFixture, CorruptedLookupIsReportedAndReadsAsAbsent ) {
    // Both lookups of the handler report.
    EXPECT_EQ( reports,
               std::vector< std::string >( 2, "Mirra::Collection: corrupted table" ) );
+
+   // A full pass reaches only ids the table holds, yet still finds it
+   // corrupted where a lookup would.
+   owner->calls.clear();
+   sm->handleTunnelEntry();
+   EXPECT_EQ( owner->calls, ( Calls{ { a, TunnelTableIdentifier::staticTable, true } } ) );
+   EXPECT_EQ( reports.size(), 4u );
+   table->corruptedIs( false );
+   owner->calls.clear();
+   sm->handleTunnelEntry();
+   EXPECT_EQ( owner->calls, ( Calls{ { a, TunnelTableIdentifier::staticTable, false } } ) );
+   EXPECT_TRUE( sm->seenTunnelId().has( a ) );
+   EXPECT_EQ( reports.size(), 4u );
 }
 
 TEST_F( OwnerFixture, TracesNameTheReactorAndItsTable ) {
