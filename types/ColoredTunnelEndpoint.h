@@ -42,8 +42,6 @@ class ColoredTunnelEndpoint {
       return tep_.indexHash() + ( colored_ ? ( color_ + 1ull ) * 0xC2B2AE3D27D4EB4Full : 0 );
    }
 
-   std::uint64_t orderDigest() const noexcept { return tep_.orderDigest(); }
-
    friend bool operator==( const ColoredTunnelEndpoint & a, const ColoredTunnelEndpoint & b ) {
       return a.tep_ == b.tep_ && a.colored_ == b.colored_ && a.color_ == b.color_;
    }

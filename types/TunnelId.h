@@ -36,7 +36,6 @@ class TunnelId {
    std::uint64_t value() const noexcept { return value_; }
    // The word itself serves hash indexes, which spread it.
    std::uint64_t indexHash() const noexcept { return value_; }
-   std::uint64_t orderDigest() const noexcept { return value_; }
    TunnelType tunnelType() const noexcept {
       return static_cast< TunnelType >( value_ >> typeShift );
    }

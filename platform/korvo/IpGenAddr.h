@@ -62,12 +62,6 @@ class IpGenAddr {
                               static_cast< std::uint64_t >( family_ );
       return h ^ ( h >> 29 );
    }
-   // The family and the leading bits, which order addresses as far as they
-   // go. An IPv4 address takes its 32 bits to bit 8, leaving room below.
-   std::uint64_t orderDigest() const noexcept {
-      const std::uint64_t rank = family_ == AddressFamily::none ? 0 : isV4() ? 1 : 2;
-      return ( rank << 62 ) | ( isV4() ? word( 0 ) >> 32 << 8 : word( 0 ) >> 2 );
-   }
 
  private:
    // Bytes 8i..8i+7 as a big-endian number.

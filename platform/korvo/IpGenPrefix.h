@@ -47,10 +47,6 @@ class IpGenPrefix {
    }
    std::size_t hash() const noexcept;
    std::uint64_t indexHash() const noexcept { return address_.indexHash() + length_; }
-   // An IPv4 address has no bits past its 32, so the length fits below them.
-   std::uint64_t orderDigest() const noexcept {
-      return address_.orderDigest() | ( address_.isV4() ? length_ : 0u );
-   }
 
  private:
    IpGenAddr address_;

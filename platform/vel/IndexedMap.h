@@ -1,7 +1,6 @@
 #pragma once
 
 #include <algorithm>
-#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -24,23 +23,6 @@ template< class K >
 struct IndexHash {
    std::uint64_t operator()( const K & key ) const noexcept { return key.indexHash(); }
 };
-
-// A number that orders as the key does, as far as it goes: of two keys, the
-// lesser never has the greater digest.
-template< class K, class Less >
-std::uint64_t orderDigest( const K & key ) noexcept {
-   if constexpr ( !std::is_same_v< Less, std::less< K > > ) {
-      return 0;
-   } else if constexpr ( requires {
-                            { key.orderDigest() } -> std::convertible_to< std::uint64_t >;
-                         } ) {
-      return key.orderDigest();
-   } else if constexpr ( std::is_unsigned_v< K > ) {
-      return key;
-   } else {
-      return 0;
-   }
-}
 
 // An ordered map for tables of a million keys, where a tree of one node per
 // key misses the caches at every level. Each element lives in a block of its
@@ -375,8 +357,7 @@ class IndexedMap {
    }
 
    // Puts the new element in order, where spare says.
-   void link( Element * element, Spare & spare ) noexcept {
-      const K & key = element->value.first;
+   void link( const K & key, Element * element, Spare & spare ) noexcept {
       if ( !spare.target ) {
          Leaf * leaf = spare.leaf.release();
          leaf->keys[ 0 ] = key;
@@ -532,24 +513,24 @@ class IndexedMap {
       }
    }
 
-   // Sorted by digest before they go in, so that the tree is walked once
-   // from left to right. Each still finds its place by its whole key, so
-   // keys that share a digest may go in in any order.
+   // Sorted before they go in, so that the tree is walked once from left to
+   // right. The keys are copied out in the order the elements were made,
+   // mostly the order of their blocks, so that neither the sort nor the tree
+   // reads an element out of turn.
    void orderPending() {
-      std::vector< std::pair< std::uint64_t, Element * > > sorted;
+      std::vector< std::pair< K, Element * > > sorted;
       sorted.reserve( pending_.size() );
       for ( Element * element : pending_ ) {
-         sorted.emplace_back( orderDigest< K, Less >( element->value.first ), element );
+         sorted.emplace_back( element->value.first, element );
+         element->pendingAt = 0;
       }
       std::sort( sorted.begin(), sorted.end(),
-                 []( const auto & a, const auto & b ) { return a.first < b.first; } );
+                 []( const auto & a, const auto & b ) { return Less()( a.first, b.first ); } );
       std::size_t done = 0;
       try {
          for ( ; done < sorted.size(); ++done ) {
-            Element * element = sorted[ done ].second;
-            Spare spare = spareNodesFor( element->value.first );
-            link( element, spare );
-            element->pendingAt = 0;
+            Spare spare = spareNodesFor( sorted[ done ].first );
+            link( sorted[ done ].first, sorted[ done ].second, spare );
          }
       } catch ( ... ) {
          // Those not in the tree wait on; pending_ has room for them all.
