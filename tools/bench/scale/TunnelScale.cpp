@@ -126,7 +126,7 @@ class Workload {
       entry.endpointAdd( loopback( endpoint ) );
       entry.mIs( metric );
       entry.mplsViaAdd( MplsVia( Via( Korvo::IpGenAddr::ipv4( 0x0A010000u + endpoint % 64 ),
-                                      Korvo::IntfId::ordinary( "Ethernet" + std::to_string( endpoint % 64 ) ) ),
+                                      interfaces_[ endpoint % 64 ] ),
                                  push( label ) ) );
       return entry;
    }
@@ -232,6 +232,14 @@ class Workload {
    unsigned endpoints_;
    unsigned bgpLuTunnels_;
    unsigned ribs_;
+   // Named once, as a producer holds its interfaces.
+   const std::vector< Korvo::IntfId > interfaces_ = [] {
+      std::vector< Korvo::IntfId > interfaces;
+      for ( unsigned i = 0; i < 64; ++i ) {
+         interfaces.push_back( Korvo::IntfId::ordinary( "Ethernet" + std::to_string( i ) ) );
+      }
+      return interfaces;
+   }();
 };
 
 void printJson( const Figures & f ) {
