@@ -541,7 +541,12 @@ class IndexedMap {
          }
          throw;
       }
-      std::vector< Element * >().swap( pending_ );
+      // A cold start's list goes back; a change's few stay for the next.
+      if ( pending_.capacity() > 1024 ) {
+         std::vector< Element * >().swap( pending_ );
+      } else {
+         pending_.clear();
+      }
    }
 
    void dropPending( Element & element ) noexcept {
