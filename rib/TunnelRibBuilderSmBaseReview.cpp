@@ -27,9 +27,8 @@ void TunnelRibBuilderSmBase::scheduleTunnelReview() {
 void TunnelRibBuilderSmBase::drainTunnelBacklog() {
    VEL_TRACE( 6, "drainTunnelBacklog", ": ", tunnelForReview_.size(),
               " backlog entries for rib ", tunnelRibId() );
-   // Room for every queued id at once, so that a cold start does not walk
-   // the endpoints of those already reviewed each time the map grows. Its
-   // order shows nowhere.
+   // Room for every queued id at once, so that a cold start does not rehash
+   // the map node by node each time it grows. Its order shows nowhere.
    tunnelIdToTepSet_.reserve( tunnelIdToTepSet_.size() + tunnelForReview_.size() );
    auto current = tunnelForReview_.begin();
    if ( tunnelReviewBookmark_ != TunnelId() ) {

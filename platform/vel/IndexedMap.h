@@ -27,8 +27,9 @@ struct IndexHash {
 // An ordered map for tables of a million keys, where a tree of one node per
 // key misses the caches at every level. Each element lives in a block of its
 // own, from the map's pool, and stays where it is until erased. A hash index
-// finds it by key: a probe of a flat tag array, then the element. The order
-// is kept by a B+ tree of keys and element pointers, sixteen to a node.
+// finds it by key: a probe of a flat array of tags, each beside its element's
+// address, then the element. The order is kept by a B+ tree of keys and
+// element pointers, sixteen to a node.
 //
 // The tree learns of new keys only when the order is next read: a walk, a
 // bound, or find. Until then they wait in a list, and are then sorted and
@@ -627,7 +628,7 @@ class IndexedMap {
    }
 
    // At most seven eighths full, and at least seven twelfths once grown:
-   // growing by half keeps the index near 20 bytes a key.
+   // growing by half keeps the index near 17 bytes a key.
    void reserveIndex( std::size_t count ) {
       if ( count * 8 <= slots_.size() * 7 ) {
          return;
