@@ -267,6 +267,19 @@ void TunnelFibSm::scheduleTunnelReview() {
    scheduler_->scheduleBacklogTask( *task_, tunnelReviewDelay_ );
 }
 
+void TunnelFibSm::warmUpReview( TunnelId tunnelId, std::size_t step ) const {
+   if ( step > 1 ) {
+      return;
+   }
+   const Vel::IndexLoad load = step == 0 ? Vel::IndexLoad::slot : Vel::IndexLoad::element;
+   visitTunnelTables( *this, tunnelId.tunnelType(), [ & ]( const auto & table ) {
+      if ( table ) {
+         table->entry().map().prefetch( tunnelId, load );
+      }
+   } );
+   tunnelFib_->entry().map().prefetch( tunnelId, load );
+}
+
 void TunnelFibSm::drainTunnelBacklog() {
    VEL_TRACE( 6, tunnelForReview_.size(), " backlog entries" );
    auto current = tunnelForReview_.begin();
@@ -277,16 +290,20 @@ void TunnelFibSm::drainTunnelBacklog() {
       }
       tunnelReviewBookmark_.reset();
    }
+   TunnelReviewLookahead lookahead;
    while ( !tunnelForReview_.empty() ) {
       if ( current == tunnelForReview_.end() ) {
          // Tunnels queued behind the iterator while it ran.
          current = tunnelForReview_.begin();
       }
+      lookahead.prepare( tunnelForReview_, current,
+                         [ this ]( TunnelId id, std::size_t step ) { warmUpReview( id, step ); } );
       const TunnelId tunnelId = *current;
       const std::size_t buckets = tunnelForReview_.bucket_count();
       updateTunnelFibEntry( tunnelId );
       if ( buckets == tunnelForReview_.bucket_count() ) {
          current = tunnelForReview_.erase( current );
+         lookahead.reviewed( tunnelForReview_ );
       } else {
          // Queueing rehashed the set under the iterator.
          tunnelForReview_.erase( tunnelId );

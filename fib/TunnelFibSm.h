@@ -4,7 +4,6 @@
 #include <optional>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "fib/ConsolidatedTunnelFibEntry.h"
@@ -15,7 +14,6 @@
 #include "platform/mox/Task.h"
 #include "platform/mox/TaskScheduler.h"
 #include "platform/vel/Collection.h"
-#include "platform/vel/NodePool.h"
 #include "platform/vel/Ptr.h"
 #include "platform/vel/Reactor.h"
 #include "types/MplsTunnelConfig.h"
@@ -26,6 +24,7 @@
 #include "types/InputProcessedStatus.h"
 #include "types/ProtocolTunnelTable.h"
 #include "types/TunnelIdColl.h"
+#include "types/TunnelReviewBacklog.h"
 
 namespace Tunnel::TunnelTable {
 
@@ -61,7 +60,7 @@ class TunnelFibSm : public Vel::PtrInterface {
    std::uint64_t tunnelFibComputeCounter() const noexcept { return tunnelFibComputeCounter_; }
 
    // Backlog.
-   bool tunnelForReview( TunnelId id ) const { return tunnelForReview_.count( id ) != 0; }
+   bool tunnelForReview( TunnelId id ) const { return tunnelForReview_.contains( id ); }
    std::size_t tunnelForReviews() const noexcept { return tunnelForReview_.size(); }
    void tunnelForReviewIs( TunnelId id, bool review );
    bool tunnelFibEntryMarkedUnprocessed( TunnelId id ) const {
@@ -122,6 +121,9 @@ class TunnelFibSm : public Vel::PtrInterface {
    void addDependentTunnelsForReview( const TunnelId & tunnelId );
    void scheduleTunnelReview();
    void drainTunnelBacklog();
+   // Starts the loads the computation of the id will wait on, a step of the
+   // lookahead at a time: its protocol entry and FIB entry, their slots first.
+   void warmUpReview( TunnelId tunnelId, std::size_t step ) const;
    void removeStaleEntries();
 
    // Read and kept by the via calculation.
@@ -252,13 +254,7 @@ class TunnelFibSm : public Vel::PtrInterface {
    bool initialized_ = false;
    const bool unflatten_;
 
-   // Its hash and order of insertion fix the order of review; its nodes come
-   // from the pool before it.
-   Vel::NodePool tunnelForReviewPool_;
-   std::unordered_set< TunnelId, std::hash< TunnelId >, std::equal_to< TunnelId >,
-                       Vel::PoolAllocator< TunnelId > >
-      tunnelForReview_{ 0, std::hash< TunnelId >(), std::equal_to< TunnelId >(),
-                        Vel::PoolAllocator< TunnelId >( &tunnelForReviewPool_ ) };
+   TunnelReviewBacklog tunnelForReview_;
    std::optional< TunnelId > tunnelReviewBookmark_;
    double tunnelReviewDelay_ = 0.01;
    TunnelIdHashMap< Vel::Present > tunnelFibEntryMarkedUnprocessed_;

@@ -21,65 +21,81 @@ const typename Table::EntryType * findTunnelTableEntry( const Vel::PtrConst< Tab
    }
 }
 
-// Calls visit with the tunnel's entry (or null) in the table its type is
-// read from, and returns true; returns false, calling nothing, for a type the
-// tunnel FIB does not program. The three interface tables share one type: the
-// first that holds the id serves it.
+// Calls visit with each table read for tunnels of the type (a null pointer
+// when unbound) and returns true; returns false, calling nothing, for a type
+// the tunnel FIB does not program. The three interface tables share one type.
 template< class Visitor >
-bool visitTunnelTableEntry( const TunnelFibSm & sm, TunnelId tunnelId, Visitor && visit ) {
-   switch ( tunnelId.tunnelType() ) {
+bool visitTunnelTables( const TunnelFibSm & sm, TunnelType type, Visitor && visit ) {
+   switch ( type ) {
    case TunnelType::bgpLuPushTunnel:
-      visit( findTunnelTableEntry( sm.bgpLuPushTable(), tunnelId ) );
+      visit( sm.bgpLuPushTable() );
       return true;
    case TunnelType::bgpLuTunnel:
-      visit( findTunnelTableEntry( sm.bgpLuTable(), tunnelId ) );
+      visit( sm.bgpLuTable() );
       return true;
    case TunnelType::ldpTunnel:
-      visit( findTunnelTableEntry( sm.ldpTable(), tunnelId ) );
+      visit( sm.ldpTable() );
       return true;
    case TunnelType::srTunnel:
-      visit( findTunnelTableEntry( sm.srTable(), tunnelId ) );
+      visit( sm.srTable() );
       return true;
    case TunnelType::ospfSrTunnel:
-      visit( findTunnelTableEntry( sm.ospfSrTable(), tunnelId ) );
+      visit( sm.ospfSrTable() );
       return true;
    case TunnelType::staticTunnel:
-      visit( findTunnelTableEntry( sm.staticTable(), tunnelId ) );
+      visit( sm.staticTable() );
       return true;
    case TunnelType::srTeSegmentListTunnel:
-      visit( findTunnelTableEntry( sm.srTeSegmentListTable(), tunnelId ) );
+      visit( sm.srTeSegmentListTable() );
       return true;
    case TunnelType::isisFlexAlgoTunnel:
-      visit( findTunnelTableEntry( sm.isisFlexAlgoTable(), tunnelId ) );
+      visit( sm.isisFlexAlgoTable() );
       return true;
    case TunnelType::rsvpLerTunnel:
-      visit( findTunnelTableEntry( sm.rsvpLerTable(), tunnelId ) );
+      visit( sm.rsvpLerTable() );
       return true;
    case TunnelType::rsvpLerSubTunnel:
-      visit( findTunnelTableEntry( sm.rsvpLerSubTable(), tunnelId ) );
+      visit( sm.rsvpLerSubTable() );
       return true;
    case TunnelType::tiLfaTunnel:
-      visit( findTunnelTableEntry( sm.tiLfaTable(), tunnelId ) );
+      visit( sm.tiLfaTable() );
       return true;
    case TunnelType::rsvpFrrTunnel:
    case TunnelType::rsvpFrrBackupTunnel:
-      visit( findTunnelTableEntry( sm.rsvpFrrTable(), tunnelId ) );
+      visit( sm.rsvpFrrTable() );
       return true;
    case TunnelType::nexthopGroupTunnel:
-      visit( findTunnelTableEntry( sm.nexthopGroupTable(), tunnelId ) );
+      visit( sm.nexthopGroupTable() );
       return true;
    case TunnelType::staticInterfaceTunnel:
-      if ( auto * gre = findTunnelTableEntry( sm.greIntfTable(), tunnelId ) ) {
-         visit( gre );
-      } else if ( auto * ipsecGre = findTunnelTableEntry( sm.ipsecGreIntfTable(), tunnelId ) ) {
-         visit( ipsecGre );
-      } else {
-         visit( findTunnelTableEntry( sm.ipsecVtiIntfTable(), tunnelId ) );
-      }
+      visit( sm.greIntfTable() );
+      visit( sm.ipsecGreIntfTable() );
+      visit( sm.ipsecVtiIntfTable() );
       return true;
    default:
       return false;
    }
+}
+
+// Calls visit with the tunnel's entry (or null) in the table its type is
+// read from, and returns true; returns false, calling nothing, for a type the
+// tunnel FIB does not program. Of the three interface tables, the first that
+// holds the id serves it.
+template< class Visitor >
+bool visitTunnelTableEntry( const TunnelFibSm & sm, TunnelId tunnelId, Visitor && visit ) {
+   if ( tunnelId.tunnelType() != TunnelType::staticInterfaceTunnel ) {
+      return visitTunnelTables( sm, tunnelId.tunnelType(), [ & ]( const auto & table ) {
+         visit( findTunnelTableEntry( table, tunnelId ) );
+      } );
+   }
+   if ( auto * gre = findTunnelTableEntry( sm.greIntfTable(), tunnelId ) ) {
+      visit( gre );
+   } else if ( auto * ipsecGre = findTunnelTableEntry( sm.ipsecGreIntfTable(), tunnelId ) ) {
+      visit( ipsecGre );
+   } else {
+      visit( findTunnelTableEntry( sm.ipsecVtiIntfTable(), tunnelId ) );
+   }
+   return true;
 }
 
 } // namespace Tunnel::TunnelTable

@@ -4,7 +4,6 @@
 #include <functional>
 #include <map>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "ingest/TableEntrySm.h"
@@ -27,6 +26,7 @@
 #include "types/TunnelRibBase.h"
 #include "types/TunnelRibConfig.h"
 #include "types/TunnelRibGrStatus.h"
+#include "types/TunnelReviewBacklog.h"
 #include "types/TunnelTableEntry.h"
 
 namespace Tunnel::TunnelTable {
@@ -45,9 +45,6 @@ class TunnelRibBuilderSmBase : public TableEntrySm {
       std::unordered_map< TunnelId, TunnelIdToTepEntrySet, TunnelIdWordHash,
                           std::equal_to< TunnelId >,
                           Vel::PoolAllocator< std::pair< const TunnelId, TunnelIdToTepEntrySet > > >;
-   // Its hash and the order of insertion fix the order of review.
-   using ReviewBacklog = std::unordered_set< TunnelId, std::hash< TunnelId >,
-                                             std::equal_to< TunnelId >, Vel::PoolAllocator< TunnelId > >;
 
    static constexpr Mox::TaskPriority taskPriority{ 2 };
    static constexpr const char * taskName = "TunnelRibsm";
@@ -121,14 +118,14 @@ class TunnelRibBuilderSmBase : public TableEntrySm {
    const TunnelIdToTepEntrySet * tunnelIdToTepSet( TunnelId tunnelId ) const;
 
    // --- Review backlog.
-   const ReviewBacklog & tunnelForReview() const noexcept {
+   const TunnelReviewBacklog & tunnelForReview() const noexcept {
       return tunnelForReview_;
    }
    void tunnelForReviewIs( TunnelId tunnelId );
    void tunnelForReviewDel( TunnelId tunnelId ) { tunnelForReview_.erase( tunnelId ); }
    void tunnelForReviewDelAll() { tunnelForReview_.clear(); }
    bool tunnelForReviewHas( TunnelId tunnelId ) const {
-      return tunnelForReview_.count( tunnelId ) != 0;
+      return tunnelForReview_.contains( tunnelId );
    }
    void scheduleTunnelReview();
    void drainTunnelBacklog();
@@ -210,6 +207,11 @@ class TunnelRibBuilderSmBase : public TableEntrySm {
  private:
    enum class Replacement { keep, replace };
 
+   // Starts the loads the review of the id will wait on, a step of the
+   // lookahead at a time: the lookups the id names, the protocol entry, then
+   // the RIB entries of its first endpoint.
+   void warmUpReview( TunnelId tunnelId, std::size_t step ) const;
+
    // Adds the entry's id to ribEntry (the endpoint's RIB entry as it stands)
    // with the entry's metrics and pref, and writes it.
    void addTunnelIdTo( TunnelRibEntry ribEntry, const EncapsulatedTableEntry & entry,
@@ -238,9 +240,7 @@ class TunnelRibBuilderSmBase : public TableEntrySm {
                                               &tunnelIdToTepSetPool_ ) };
    Vel::Ptr< InternalTunnelRib > internalTunnelRib_;
 
-   Vel::NodePool tunnelForReviewPool_;
-   ReviewBacklog tunnelForReview_{ 0, std::hash< TunnelId >(), std::equal_to< TunnelId >(),
-                                   ReviewBacklog::allocator_type( &tunnelForReviewPool_ ) };
+   TunnelReviewBacklog tunnelForReview_;
    TunnelId tunnelReviewBookmark_;
    ColoredTunnelEndpoint tepBookmark_;
    double tunnelReviewDelay_ = defaultTunnelReviewDelay;

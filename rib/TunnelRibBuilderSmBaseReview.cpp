@@ -24,6 +24,45 @@ void TunnelRibBuilderSmBase::scheduleTunnelReview() {
    scheduler_->scheduleBacklogTask( *task_, tunnelReviewDelay_ );
 }
 
+void TunnelRibBuilderSmBase::warmUpReview( TunnelId tunnelId, std::size_t step ) const {
+   const TunnelTableEntities * entities = tunnelTableEntities().get();
+   if ( !entities ) {
+      return;
+   }
+   if ( step == 0 ) {
+      tunnelTableEntryFilter_->preference().map().prefetch( tunnelId );
+   }
+   EncapsulatedTableEntry::visitTable(
+      tunnelId.tunnelType(), *entities, [ & ]( const auto & table, auto ) {
+         if ( !table ) {
+            return;
+         }
+         const auto & entries = table->entry().map();
+         if ( step < 2 ) {
+            entries.prefetch( tunnelId, step == 0 ? Vel::IndexLoad::slot : Vel::IndexLoad::element );
+            return;
+         }
+         const auto * found = entries.findValue( tunnelId );
+         if ( !found || found->entry().endpointCount() == 0 ) {
+            return;
+         }
+         // The uncolored endpoint: a colored tunnel's entry in a colored RIB
+         // is simply not warmed.
+         const ColoredTunnelEndpoint tep =
+            ribTep( ColoredTunnelEndpoint( found->entry().endpoint( 0 ) ) );
+         const Vel::IndexLoad load = step == 2 ? Vel::IndexLoad::slot : Vel::IndexLoad::element;
+         internalTunnelRib_->entry().prefetch( tep, load );
+         tunnelRib_->prefetchEntry( tep, load );
+         if ( protoTunnelRibColl_ ) {
+            if ( const auto proto = protoTunnelRibColl_->protocolTunnelRib( tunnelId.tunnelType() ) ) {
+               if ( const auto & rib = proto->tunnelRib() ) {
+                  rib->prefetchEntry( tep, load );
+               }
+            }
+         }
+      } );
+}
+
 void TunnelRibBuilderSmBase::drainTunnelBacklog() {
    VEL_TRACE( 6, "drainTunnelBacklog", ": ", tunnelForReview_.size(),
               " backlog entries for rib ", tunnelRibId() );
@@ -39,11 +78,14 @@ void TunnelRibBuilderSmBase::drainTunnelBacklog() {
       tunnelReviewBookmark_ = TunnelId();
    }
    std::size_t reviewed = 0;
+   TunnelReviewLookahead lookahead;
    while ( !tunnelForReview_.empty() ) {
       if ( current == tunnelForReview_.end() ) {
          // Ids queued behind the iterator.
          current = tunnelForReview_.begin();
       }
+      lookahead.prepare( tunnelForReview_, current,
+                         [ this ]( TunnelId id, std::size_t step ) { warmUpReview( id, step ); } );
       const TunnelId tunnelId = *current;
       const std::size_t buckets = tunnelForReview_.bucket_count();
       updateTunnelRibEntry( tunnelId );
@@ -51,6 +93,7 @@ void TunnelRibBuilderSmBase::drainTunnelBacklog() {
       scheduler_->taskWorkCountInc( *task_ );
       if ( buckets == tunnelForReview_.bucket_count() ) {
          current = tunnelForReview_.erase( current );
+         lookahead.reviewed( tunnelForReview_ );
       } else {
          // A rehash during the review invalidated the iterator.
          tunnelForReview_.erase( tunnelId );

@@ -39,6 +39,11 @@ class EncapsulatedTableEntry {
    template< class Entities >
    static EncapsulatedTableEntry getEntry( TunnelId tunnelId,
                                            const Vel::Ptr< Entities > & tunnelTableEntities );
+   // Calls visit with the protocol table that holds tunnels of the type (a
+   // null pointer when unmounted) and the member that stores such an entry
+   // here; false, calling nothing, for a type without a table here.
+   template< class Entities, class Visitor >
+   static bool visitTable( TunnelType type, const Entities & entities, Visitor && visit );
 
    TunnelId tunnelId() const noexcept { return tunnelId_; }
    void tunnelIdIs( TunnelId id ) noexcept { tunnelId_ = id; }
@@ -167,46 +172,51 @@ void EncapsulatedTableEntry::fill( const TablePtr & table,
    }
 }
 
+template< class Entities, class Visitor >
+bool EncapsulatedTableEntry::visitTable( TunnelType type, const Entities & entities,
+                                         Visitor && visit ) {
+   using E = EncapsulatedTableEntry;
+   switch ( type ) {
+    case TunnelType::bgpLuTunnel:
+      visit( entities.bgpLuTable(), &E::bgpLuEntryIs );
+      return true;
+    case TunnelType::ldpTunnel:
+      visit( entities.ldpTable(), &E::ldpEntryIs );
+      return true;
+    case TunnelType::staticTunnel:
+      visit( entities.staticTable(), &E::staticEntryIs );
+      return true;
+    case TunnelType::srTunnel:
+      visit( entities.srTable(), &E::srEntryIs );
+      return true;
+    case TunnelType::nexthopGroupTunnel:
+      visit( entities.nexthopGroupTable(), &E::nexthopGroupEntryIs );
+      return true;
+    case TunnelType::ospfSrTunnel:
+      visit( entities.ospfSrTable(), &E::srEntryIs );
+      return true;
+    case TunnelType::srTePolicyTunnel:
+      visit( entities.srTePolicyTunnelTable(), &E::srTePolicyEntryIs );
+      return true;
+    case TunnelType::rsvpLerTunnel:
+      visit( entities.rsvpLerTable(), &E::rsvpLerEntryIs );
+      return true;
+    case TunnelType::isisFlexAlgoTunnel:
+      visit( entities.isisFlexAlgoTable(), &E::flexAlgoEntryIs );
+      return true;
+    default:
+      return false;
+   }
+}
+
 template< class Entities >
 EncapsulatedTableEntry
 EncapsulatedTableEntry::getEntry( TunnelId tunnelId,
                                   const Vel::Ptr< Entities > & tunnelTableEntities ) {
    EncapsulatedTableEntry result( tunnelId );
-   const auto * entities = tunnelTableEntities.get();
-   if ( !entities ) {
-      return result;
-   }
-   using E = EncapsulatedTableEntry;
-   switch ( tunnelId.tunnelType() ) {
-    case TunnelType::bgpLuTunnel:
-      result.fill( entities->bgpLuTable(), &E::bgpLuEntryIs );
-      break;
-    case TunnelType::ldpTunnel:
-      result.fill( entities->ldpTable(), &E::ldpEntryIs );
-      break;
-    case TunnelType::staticTunnel:
-      result.fill( entities->staticTable(), &E::staticEntryIs );
-      break;
-    case TunnelType::srTunnel:
-      result.fill( entities->srTable(), &E::srEntryIs );
-      break;
-    case TunnelType::nexthopGroupTunnel:
-      result.fill( entities->nexthopGroupTable(), &E::nexthopGroupEntryIs );
-      break;
-    case TunnelType::ospfSrTunnel:
-      result.fill( entities->ospfSrTable(), &E::srEntryIs );
-      break;
-    case TunnelType::srTePolicyTunnel:
-      result.fill( entities->srTePolicyTunnelTable(), &E::srTePolicyEntryIs );
-      break;
-    case TunnelType::rsvpLerTunnel:
-      result.fill( entities->rsvpLerTable(), &E::rsvpLerEntryIs );
-      break;
-    case TunnelType::isisFlexAlgoTunnel:
-      result.fill( entities->isisFlexAlgoTable(), &E::flexAlgoEntryIs );
-      break;
-    default:
-      break;
+   if ( const auto * entities = tunnelTableEntities.get() ) {
+      visitTable( tunnelId.tunnelType(), *entities,
+                  [ &result ]( const auto & table, auto field ) { result.fill( table, field ); } );
    }
    return result;
 }

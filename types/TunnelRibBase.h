@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "platform/statix/EntityManager.h"
+#include "platform/vel/IndexedMap.h"
 #include "types/ColoredTunnelEndpoint.h"
 #include "types/TunnelRibEntry.h"
 #include "types/TunnelRibId.h"
@@ -23,6 +24,8 @@ class TunnelRibBase : public Statix::Mountable {
    // A copy of the endpoint's entry; an entry for the endpoint with no tunnel
    // ids when it has none.
    virtual TunnelRibEntry tunnelRibEntry( const ColoredTunnelEndpoint & tep ) const = 0;
+   // Starts a load of the entry's lookup, ahead of a review that will read it.
+   virtual void prefetchEntry( const ColoredTunnelEndpoint & tep, Vel::IndexLoad load ) const = 0;
    virtual void tunnelRibEntryIs( const TunnelRibEntry & entry ) = 0;
    virtual void tunnelRibEntryDel( const ColoredTunnelEndpoint & tep ) = 0;
 

@@ -62,6 +62,9 @@ class TunnelRibTable : public TunnelRibBase {
       return TunnelRibEntry( tep );
    }
    void tunnelRibEntryIs( const TunnelRibEntry & entry ) override { entryIs( entry ); }
+   void prefetchEntry( const ColoredTunnelEndpoint & tep, Vel::IndexLoad load ) const override {
+      entry_.map().prefetch( keyOf( tep ), load );
+   }
    void tunnelRibEntryDel( const ColoredTunnelEndpoint & tep ) override {
       entryDel( keyOf( tep ) );
    }

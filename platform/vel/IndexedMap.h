@@ -24,6 +24,11 @@ struct IndexHash {
    std::uint64_t operator()( const K & key ) const noexcept { return key.indexHash(); }
 };
 
+// What a lookup through a hash index loads, in turn: the slot, then the
+// element it names. A caller that knows its next keys asks for each load a
+// little before it needs it.
+enum class IndexLoad { slot, element };
+
 // An ordered map for tables of a million keys, where a tree of one node per
 // key misses the caches at every level. Each element lives in a block of its
 // own, from the map's pool, and stays where it is until erased. A hash index
@@ -185,6 +190,26 @@ class IndexedMap {
       return found ? &found->value.second : nullptr;
    }
    bool contains( const K & key ) const { return lookup( key, tagOf( key ) ) != nullptr; }
+   // Starts loading what a lookup of the key reads: its slot, or, a while
+   // later with the slot at hand, the element whose tag it meets. A hint: an
+   // absent key costs the load and nothing else.
+   void prefetch( const K & key, IndexLoad load ) const noexcept {
+      if ( slots_.empty() ) {
+         return;
+      }
+      const std::uint32_t tag = tagOf( key );
+      std::size_t slot = home( tag );
+      if ( load == IndexLoad::slot ) {
+         __builtin_prefetch( &slots_[ slot ] );
+         return;
+      }
+      for ( ; slots_[ slot ].tag != 0; slot = next( slot ) ) {
+         if ( slots_[ slot ].tag == tag ) {
+            __builtin_prefetch( slots_[ slot ].element() );
+            return;
+         }
+      }
+   }
    std::size_t count( const K & key ) const { return contains( key ) ? 1 : 0; }
 
    // The element, and whether it is new; the arguments are left untouched

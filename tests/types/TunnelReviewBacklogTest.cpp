@@ -1,0 +1,117 @@
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <map>
+#include <random>
+#include <utility>
+#include <vector>
+
+#include "types/TunnelReviewBacklog.h"
+
+using namespace Tunnel::TunnelTable;
+
+namespace {
+
+TunnelId ldp( unsigned index ) { return TunnelId( TunnelType::ldpTunnel, index ); }
+
+// The ids in the order a drain meets them from current on.
+std::vector< TunnelId > ahead( const TunnelReviewBacklog & backlog,
+                               TunnelReviewBacklog::const_iterator current ) {
+   return std::vector< TunnelId >( current, backlog.end() );
+}
+
+// Undisturbed, the drain is told of each id at each distance once, before it
+// reaches it.
+TEST( TunnelReviewLookahead, WarmsEachIdOnceAtEachDistance ) {
+   TunnelReviewBacklog backlog;
+   for ( unsigned i = 0; i < 100; ++i ) {
+      backlog.insert( ldp( i ) );
+   }
+   const std::vector< TunnelId > order( backlog.begin(), backlog.end() );
+   std::map< std::pair< TunnelId, std::size_t >, std::size_t > warmedAt;
+   TunnelReviewLookahead lookahead;
+   std::size_t position = 0;
+   for ( auto current = backlog.begin(); current != backlog.end(); ++position ) {
+      lookahead.prepare( backlog, current, [ & ]( TunnelId id, std::size_t step ) {
+         EXPECT_TRUE( warmedAt.emplace( std::pair( id, step ), position ).second )
+            << id << " step " << step;
+      } );
+      current = backlog.erase( current );
+      lookahead.reviewed( backlog );
+   }
+   for ( std::size_t p = 0; p < order.size(); ++p ) {
+      for ( std::size_t step = 0; step < TunnelReviewLookahead::distance.size(); ++step ) {
+         const auto found = warmedAt.find( std::pair( order[ p ], step ) );
+         if ( step > 0 && p < TunnelReviewLookahead::distance[ step ] ) {
+            EXPECT_EQ( found, warmedAt.end() ) << "position " << p << " step " << step;
+            continue;
+         }
+         ASSERT_NE( found, warmedAt.end() ) << "position " << p << " step " << step;
+         // Those in view at the start are warmed before the first review.
+         const std::size_t distance = TunnelReviewLookahead::distance[ step ];
+         const std::size_t expected = p < distance ? 0 : p - distance;
+         EXPECT_EQ( found->second, expected ) << "position " << p << " step " << step;
+      }
+   }
+}
+
+// Reviews that queue and withdraw ids, rehash the set, and send the drain
+// back to the front: every id warmed is one the drain would meet next, at
+// most distance[0] ahead, so the lookahead never reads through a stale
+// iterator.
+TEST( TunnelReviewLookahead, FollowsTheBacklogThroughChanges ) {
+   std::mt19937 random( 7 );
+   TunnelReviewBacklog backlog;
+   for ( unsigned i = 0; i < 40; ++i ) {
+      backlog.insert( ldp( random() % 400 ) );
+   }
+   TunnelReviewLookahead lookahead;
+   auto current = backlog.begin();
+   std::size_t reviews = 0;
+   while ( !backlog.empty() && reviews < 5000 ) {
+      if ( current == backlog.end() ) {
+         current = backlog.begin();
+      }
+      const std::vector< TunnelId > next = ahead( backlog, current );
+      lookahead.prepare( backlog, current, [ & ]( TunnelId id, std::size_t step ) {
+         const std::size_t limit = TunnelReviewLookahead::distance[ 0 ] + 1;
+         bool near = false;
+         for ( std::size_t i = 0; i < next.size() && i < limit; ++i ) {
+            near = near || next[ i ] == id;
+         }
+         EXPECT_TRUE( near ) << id << " step " << step << " at review " << reviews;
+      } );
+      const TunnelId reviewed = *current;
+      const std::size_t buckets = backlog.bucket_count();
+      switch ( random() % 8 ) {
+      case 0:
+         backlog.insert( ldp( random() % 400 ) );
+         break;
+      case 1:
+         // Withdraws an id ahead, perhaps the very next one.
+         if ( next.size() > 1 ) {
+            backlog.erase( next[ 1 + random() % ( next.size() - 1 ) ] );
+         }
+         break;
+      case 2:
+         // A burst that rehashes the set.
+         for ( unsigned i = 0; i < 50; ++i ) {
+            backlog.insert( ldp( 400 + random() % 4000 ) );
+         }
+         break;
+      default:
+         break;
+      }
+      ++reviews;
+      if ( buckets == backlog.bucket_count() ) {
+         current = backlog.erase( current );
+         lookahead.reviewed( backlog );
+      } else {
+         backlog.erase( reviewed );
+         current = backlog.begin();
+      }
+   }
+   EXPECT_GT( reviews, 1000u );
+}
+
+} // namespace
