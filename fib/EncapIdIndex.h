@@ -5,6 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <type_traits>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "platform/vel/FlatHashMap.h"
@@ -13,16 +16,22 @@
 namespace Tunnel::TunnelTable {
 
 // The ids of the published encapsulations of one type, found by value. It
-// keeps per id only the id and its value's hash; the value is read from the
-// id's record in the FIB table, which must hold the record while the id is
-// indexed. A value is then stored once, in the FIB, however many tunnels
-// share it. Open addressing with linear probing in one array of 8-byte slots,
-// erasure by shifting the run back.
+// keeps per id only the id, its value's hash and where its record is; the
+// value is read from the id's record in the FIB table, which must hold the
+// record, in place, while the id is indexed. A value is then stored once, in
+// the FIB, however many tunnels share it, and finding a shared one reads the
+// slot and the record, not the table's index as well. Open addressing with
+// linear probing in one array of 16-byte slots, erasure by shifting the run
+// back.
 template< class Record >
 class EncapIdIndex {
  public:
    using Info = typename Record::InfoType;
    using Table = TunnelFib::TunnelFib::EncapTable< Record >;
+
+   // The table's nodes stay where they are until erased.
+   static_assert( std::is_same_v< std::remove_cvref_t< decltype( std::declval< Table >().map() ) >,
+                                  std::unordered_map< TunnelFib::EncapId, Record > > );
 
    explicit EncapIdIndex( const Table & table ) : table_( &table ) {}
 
@@ -35,7 +44,7 @@ class EncapIdIndex {
       }
       const std::uint32_t hash = hashOf( info );
       for ( std::size_t slot = home( hash ); !slots_[ slot ].id.isNull(); slot = next( slot ) ) {
-         if ( slots_[ slot ].hash == hash && valueOf( slots_[ slot ].id ) == info ) {
+         if ( slots_[ slot ].hash == hash && slots_[ slot ].record->info() == info ) {
             return slots_[ slot ].id;
          }
       }
@@ -47,12 +56,13 @@ class EncapIdIndex {
       const std::uint32_t hash = hashOf( info );
       std::size_t slot = home( hash );
       for ( ; !slots_[ slot ].id.isNull(); slot = next( slot ) ) {
-         if ( slots_[ slot ].hash == hash && valueOf( slots_[ slot ].id ) == info ) {
+         if ( slots_[ slot ].hash == hash && slots_[ slot ].record->info() == info ) {
             slots_[ slot ].id = id;
+            slots_[ slot ].record = &recordOf( id );
             return;
          }
       }
-      slots_[ slot ] = { hash, id };
+      slots_[ slot ] = { hash, id, &recordOf( id ) };
       ++size_;
    }
    // Unmaps the value when it maps to id; the record must still be in the
@@ -74,6 +84,7 @@ class EncapIdIndex {
    struct Slot {
       std::uint32_t hash = 0;
       TunnelFib::EncapId id; // null: free
+      const Record * record = nullptr;
    };
 
    static std::uint32_t hashOf( const Info & info ) {
@@ -82,9 +93,9 @@ class EncapIdIndex {
    }
    std::size_t home( std::uint32_t hash ) const { return hash >> shift_; }
    std::size_t next( std::size_t slot ) const { return ( slot + 1 ) & ( slots_.size() - 1 ); }
-   const Info & valueOf( TunnelFib::EncapId id ) const {
+   const Record & recordOf( TunnelFib::EncapId id ) const {
       // The map itself: the index reads records the writer published.
-      return table_->map().find( id )->second.info();
+      return table_->map().find( id )->second;
    }
 
    void eraseSlot( std::size_t gap ) {
