@@ -12,8 +12,9 @@
 namespace Tunnel::TunnelTable {
 
 // The tunnel ids awaiting review, each once, in the hash set's own order:
-// the hash and the order of insertion fix the order of review. It counts its
-// changes, so that a lookahead knows when the ids before it may have moved.
+// the hash and the order of insertion fix the order of review. It counts the
+// changes that may move or invalidate what lies ahead of an iterator, so
+// that a lookahead knows when to start over.
 class TunnelReviewBacklog {
  public:
    using Set = std::unordered_set< TunnelId, std::hash< TunnelId >, std::equal_to< TunnelId >,
@@ -22,8 +23,10 @@ class TunnelReviewBacklog {
 
    // Whether the id is new.
    bool insert( TunnelId id ) {
+      const std::size_t buckets = set_.bucket_count();
       const bool added = set_.insert( id ).second;
-      changes_ += added;
+      // An insertion leaves every iterator valid unless it rehashes.
+      changes_ += set_.bucket_count() != buckets;
       return added;
    }
    std::size_t erase( TunnelId id ) {
@@ -62,9 +65,11 @@ class TunnelReviewBacklog {
 // next to the drain's warm-up, each at four distances: 15, 8, 4 and 2 reviews
 // ahead, as its steps 0 to 3. At scale a review waits on one cache miss after
 // another, each load naming the next; warmed a step at a time, the loads of
-// the reviews ahead overlap the work of the current one. Any change to the
-// backlog but the drain's own erasure restarts the lookahead where the drain
-// stands, since its iterator may no longer be valid.
+// the reviews ahead overlap the work of the current one. An erasure other
+// than the drain's own, or a rehash, restarts the lookahead where the drain
+// stands, since its iterator may no longer be valid. An id queued without a
+// rehash lets it run on: should the id land among those it holds, the drain
+// meets an id it did not expect, and the lookahead starts over there.
 class TunnelReviewLookahead {
  public:
    static constexpr std::array< std::size_t, 4 > distance{ 15, 8, 4, 2 };

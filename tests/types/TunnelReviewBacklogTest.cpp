@@ -57,8 +57,8 @@ TEST( TunnelReviewLookahead, WarmsEachIdOnceAtEachDistance ) {
 
 // Reviews that queue and withdraw ids, rehash the set, and send the drain
 // back to the front: every id warmed is one the drain would meet next, at
-// most distance[0] ahead, so the lookahead never reads through a stale
-// iterator.
+// most distance[0] ahead plus the ids queued since, so the lookahead never
+// reads through a stale iterator.
 TEST( TunnelReviewLookahead, FollowsTheBacklogThroughChanges ) {
    std::mt19937 random( 7 );
    TunnelReviewBacklog backlog;
@@ -68,13 +68,16 @@ TEST( TunnelReviewLookahead, FollowsTheBacklogThroughChanges ) {
    TunnelReviewLookahead lookahead;
    auto current = backlog.begin();
    std::size_t reviews = 0;
+   // Ids queued since the last rehash: each may sit between the drain and
+   // the ids the lookahead holds.
+   std::size_t queued = 0;
    while ( !backlog.empty() && reviews < 5000 ) {
       if ( current == backlog.end() ) {
          current = backlog.begin();
       }
       const std::vector< TunnelId > next = ahead( backlog, current );
       lookahead.prepare( backlog, current, [ & ]( TunnelId id, std::size_t step ) {
-         const std::size_t limit = TunnelReviewLookahead::distance[ 0 ] + 1;
+         const std::size_t limit = TunnelReviewLookahead::distance[ 0 ] + 1 + queued;
          bool near = false;
          for ( std::size_t i = 0; i < next.size() && i < limit; ++i ) {
             near = near || next[ i ] == id;
@@ -85,7 +88,7 @@ TEST( TunnelReviewLookahead, FollowsTheBacklogThroughChanges ) {
       const std::size_t buckets = backlog.bucket_count();
       switch ( random() % 8 ) {
       case 0:
-         backlog.insert( ldp( random() % 400 ) );
+         queued += backlog.insert( ldp( random() % 400 ) );
          break;
       case 1:
          // Withdraws an id ahead, perhaps the very next one.
@@ -96,7 +99,7 @@ TEST( TunnelReviewLookahead, FollowsTheBacklogThroughChanges ) {
       case 2:
          // A burst that rehashes the set.
          for ( unsigned i = 0; i < 50; ++i ) {
-            backlog.insert( ldp( 400 + random() % 4000 ) );
+            queued += backlog.insert( ldp( 400 + random() % 4000 ) );
          }
          break;
       default:
@@ -110,8 +113,42 @@ TEST( TunnelReviewLookahead, FollowsTheBacklogThroughChanges ) {
          backlog.erase( reviewed );
          current = backlog.begin();
       }
+      if ( backlog.bucket_count() != buckets ) {
+         queued = 0;
+      }
    }
    EXPECT_GT( reviews, 1000u );
+}
+
+// A review that queues an id without rehashing the set, as a FIB review
+// queues the tunnels over the one it reviews, lets the lookahead run on:
+// the warm-ups stay near four per review instead of refilling the ring.
+TEST( TunnelReviewLookahead, RunsOnWhenReviewsQueueIds ) {
+   TunnelReviewBacklog backlog;
+   for ( unsigned i = 0; i < 4000; ++i ) {
+      backlog.insert( ldp( i ) );
+   }
+   for ( unsigned i = 2000; i < 4000; ++i ) {
+      backlog.erase( ldp( i ) );
+   }
+   const std::size_t buckets = backlog.bucket_count();
+   TunnelReviewLookahead lookahead;
+   std::size_t warmed = 0;
+   std::size_t reviews = 0;
+   unsigned next = 2000;
+   auto current = backlog.begin();
+   while ( current != backlog.end() ) {
+      lookahead.prepare( backlog, current, [ & ]( TunnelId, std::size_t ) { ++warmed; } );
+      if ( next < 3000 ) {
+         backlog.insert( ldp( next++ ) );
+      }
+      ASSERT_EQ( backlog.bucket_count(), buckets );
+      current = backlog.erase( current );
+      lookahead.reviewed( backlog );
+      ++reviews;
+   }
+   EXPECT_GT( reviews, 1000u );
+   EXPECT_LT( warmed, reviews * 5 );
 }
 
 } // namespace
