@@ -32,15 +32,19 @@ class TunnelReviewBacklog {
    std::size_t erase( TunnelId id ) {
       const std::size_t erased = set_.erase( id );
       changes_ += erased;
+      trimIfEmpty();
       return erased;
    }
    const_iterator erase( const_iterator at ) {
       ++changes_;
-      return set_.erase( at );
+      const const_iterator next = set_.erase( at );
+      trimIfEmpty();
+      return next;
    }
    void clear() {
       changes_ += !set_.empty();
       set_.clear();
+      trimIfEmpty();
    }
 
    bool contains( TunnelId id ) const { return set_.count( id ) != 0; }
@@ -54,6 +58,16 @@ class TunnelReviewBacklog {
    std::uint64_t changes() const noexcept { return changes_; }
 
  private:
+   // A cold start's nodes go back once they are all reviewed, for the
+   // structures the reviews build; a change's few stay for the next. The
+   // buckets stay: their count is part of the order of review.
+   void trimIfEmpty() noexcept {
+      if ( set_.empty() && pool_.capacity() > keptNodes ) {
+         pool_.release();
+      }
+   }
+   static constexpr std::size_t keptNodes = 1024;
+
    // Before the set, which gives its nodes back to it.
    Vel::NodePool pool_;
    Set set_{ 0, std::hash< TunnelId >(), std::equal_to< TunnelId >(),

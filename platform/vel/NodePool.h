@@ -21,7 +21,7 @@ inline constexpr bool nodePoolEnabled = !addressSanitizerBuild;
 // slabs and recycled through a free list: a node costs neither a trip
 // through the general allocator nor its per-block header, and nodes made
 // together sit together. The pool belongs to its container's owner and
-// gives its memory back only when destroyed.
+// gives its memory back when destroyed, or when told that no block is in use.
 class NodePool {
  public:
    NodePool() = default;
@@ -51,6 +51,16 @@ class NodePool {
    void deallocate( void * block ) noexcept {
       free_ = ::new ( block ) FreeBlock{ free_ };
    }
+   // The blocks its slabs hold, in use or free.
+   std::size_t capacity() const noexcept { return capacity_; }
+   // Gives every slab back. Only for a pool none of whose blocks is in use.
+   void release() noexcept {
+      slabs_.clear();
+      free_ = nullptr;
+      cursor_ = limit_ = nullptr;
+      slabBlocks_ = firstSlabBlocks;
+      capacity_ = 0;
+   }
 
  private:
    struct FreeBlock {
@@ -67,15 +77,18 @@ class NodePool {
       slabs_.emplace_back( new std::byte[ bytes ] );
       cursor_ = slabs_.back().get();
       limit_ = cursor_ + bytes;
+      capacity_ += slabBlocks_;
       if ( slabBlocks_ < maxSlabBlocks ) {
          slabBlocks_ *= 2;
       }
    }
 
+   static constexpr std::size_t firstSlabBlocks = 16;
    static constexpr std::size_t maxSlabBlocks = 4096;
    std::size_t blockSize_ = 0;
    std::size_t requestedSize_ = 0;
-   std::size_t slabBlocks_ = 16;
+   std::size_t slabBlocks_ = firstSlabBlocks;
+   std::size_t capacity_ = 0;
    FreeBlock * free_ = nullptr;
    std::byte * cursor_ = nullptr;
    std::byte * limit_ = nullptr;

@@ -286,6 +286,26 @@ TEST( SmallContainers, PooledCopyStandsAlone ) {
    EXPECT_EQ( copy.at( 42 ), "42" );
 }
 
+// Released with no block in use, a pool starts over with a small slab.
+TEST( SmallContainers, ReleasedPoolStartsOver ) {
+   Vel::NodePool pool;
+   ASSERT_TRUE( pool.serves( 24 ) );
+   std::vector< void * > blocks;
+   for ( unsigned i = 0; i < 5000; ++i ) {
+      blocks.push_back( pool.allocate() );
+   }
+   EXPECT_GE( pool.capacity(), 5000u );
+   for ( void * block : blocks ) {
+      pool.deallocate( block );
+   }
+   pool.release();
+   EXPECT_EQ( pool.capacity(), 0u );
+   void * block = pool.allocate();
+   EXPECT_NE( block, nullptr );
+   EXPECT_EQ( pool.capacity(), 16u );
+   pool.deallocate( block );
+}
+
 TEST( SmallContainers, AddressesOrderByFamilyThenBytesAsNumbers ) {
    using Korvo::IpGenAddr;
    const IpGenAddr low = IpGenAddr::ipv4( 0x0A0000FF );

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <map>
 #include <random>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -18,6 +19,27 @@ TunnelId ldp( unsigned index ) { return TunnelId( TunnelType::ldpTunnel, index )
 std::vector< TunnelId > ahead( const TunnelReviewBacklog & backlog,
                                TunnelReviewBacklog::const_iterator current ) {
    return std::vector< TunnelId >( current, backlog.end() );
+}
+
+// A drained cold start gives its nodes back; the ids queued next come out
+// in the order a plain hash set that saw the same inserts gives them.
+TEST( TunnelReviewBacklog, KeepsTheOrderOfReviewOnceDrained ) {
+   TunnelReviewBacklog backlog;
+   std::unordered_set< TunnelId > plain;
+   for ( unsigned i = 0; i < 5000; ++i ) {
+      backlog.insert( ldp( i ) );
+      plain.insert( ldp( i ) );
+   }
+   for ( auto current = backlog.begin(); current != backlog.end(); ) {
+      plain.erase( *current );
+      current = backlog.erase( current );
+   }
+   for ( unsigned i = 0; i < 300; ++i ) {
+      backlog.insert( ldp( 7 * i ) );
+      plain.insert( ldp( 7 * i ) );
+   }
+   EXPECT_EQ( std::vector< TunnelId >( backlog.begin(), backlog.end() ),
+              std::vector< TunnelId >( plain.begin(), plain.end() ) );
 }
 
 // Undisturbed, the drain is told of each id at each distance once, before it
