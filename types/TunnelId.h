@@ -70,9 +70,11 @@ struct TunnelIdWordHash {
    std::size_t operator()( TunnelId id ) const noexcept { return id.value(); }
 };
 
-// A table per tunnel id where the order of its elements shows nowhere.
+// A table per tunnel id where the order of its elements shows nowhere. The
+// empty id is never a key, so it marks the free slots.
 template< class V >
-using TunnelIdHashMap = Vel::FlatHashMap< TunnelId, V, TunnelIdWordHash >;
+using TunnelIdHashMap =
+   Vel::FlatHashMap< TunnelId, V, TunnelIdWordHash, std::equal_to< TunnelId >, true >;
 
 } // namespace Tunnel::TunnelTable
 

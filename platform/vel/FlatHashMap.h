@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/vel/Assert.h"
+
 namespace Vel {
 
 // Erasing from a linear-probing table without tombstones shifts the run
@@ -27,7 +29,10 @@ inline bool staysBehindGap( std::size_t gap, std::size_t slot, std::size_t want 
 // a plain key word serves as the hash. Iteration order is the slot order:
 // use it only where order is not part of the behaviour. Iterators and
 // references do not survive an insertion or an erasure.
-template< class K, class V, class Hash = std::hash< K >, class Eq = std::equal_to< K > >
+// With DefaultKeyIsFree, the default key never goes in and marks a free slot
+// instead of a separate array of flags, so that a lookup reads one array.
+template< class K, class V, class Hash = std::hash< K >, class Eq = std::equal_to< K >,
+          bool DefaultKeyIsFree = false >
 class FlatHashMap {
  public:
    using key_type = K;
@@ -67,7 +72,7 @@ class FlatHashMap {
 
     private:
       void skipFree() {
-         while ( slot_ < map_->used_.size() && !map_->used_[ slot_ ] ) {
+         while ( slot_ < map_->slots_.size() && !map_->used( slot_ ) ) {
             ++slot_;
          }
       }
@@ -82,9 +87,9 @@ class FlatHashMap {
    std::size_t size() const noexcept { return size_; }
    bool empty() const noexcept { return size_ == 0; }
    iterator begin() noexcept { return iterator( this, 0 ); }
-   iterator end() noexcept { return iterator( this, used_.size() ); }
+   iterator end() noexcept { return iterator( this, slots_.size() ); }
    const_iterator begin() const noexcept { return const_iterator( this, 0 ); }
-   const_iterator end() const noexcept { return const_iterator( this, used_.size() ); }
+   const_iterator end() const noexcept { return const_iterator( this, slots_.size() ); }
 
    const_iterator find( const K & key ) const {
       const std::size_t slot = slotOf( key );
@@ -99,7 +104,9 @@ class FlatHashMap {
    void prefetch( const K & key ) const noexcept {
       if ( size_ != 0 ) {
          const std::size_t slot = home( key );
-         __builtin_prefetch( &used_[ slot ] );
+         if constexpr ( !DefaultKeyIsFree ) {
+            __builtin_prefetch( &used_[ slot ] );
+         }
          __builtin_prefetch( &slots_[ slot ] );
       }
    }
@@ -107,16 +114,19 @@ class FlatHashMap {
 
    template< class... Args >
    std::pair< iterator, bool > try_emplace( const K & key, Args &&... args ) {
+      if constexpr ( DefaultKeyIsFree ) {
+         VEL_ASSERT( !Eq()( key, K() ), "the default key marks a free slot" );
+      }
       growFor( size_ + 1 );
       std::size_t slot = home( key );
-      for ( ; used_[ slot ]; slot = next( slot ) ) {
+      for ( ; used( slot ); slot = next( slot ) ) {
          if ( Eq()( slots_[ slot ].first, key ) ) {
             return { iterator( this, slot ), false };
          }
       }
       slots_[ slot ] = value_type( std::piecewise_construct, std::forward_as_tuple( key ),
                                    std::forward_as_tuple( std::forward< Args >( args )... ) );
-      used_[ slot ] = 1;
+      markUsed( slot );
       ++size_;
       return { iterator( this, slot ), true };
    }
@@ -166,13 +176,25 @@ class FlatHashMap {
       const std::uint64_t mixed = std::uint64_t( Hash()( key ) ) * 0x9E3779B97F4A7C15ull;
       return static_cast< std::size_t >( mixed >> shift_ );
    }
-   std::size_t next( std::size_t slot ) const { return ( slot + 1 ) & ( used_.size() - 1 ); }
+   std::size_t next( std::size_t slot ) const { return ( slot + 1 ) & ( slots_.size() - 1 ); }
+   bool used( std::size_t slot ) const {
+      if constexpr ( DefaultKeyIsFree ) {
+         return !Eq()( slots_[ slot ].first, K() );
+      } else {
+         return used_[ slot ] != 0;
+      }
+   }
+   void markUsed( std::size_t slot ) {
+      if constexpr ( !DefaultKeyIsFree ) {
+         used_[ slot ] = 1;
+      }
+   }
 
    std::size_t slotOf( const K & key ) const {
       if ( size_ == 0 ) {
          return npos;
       }
-      for ( std::size_t slot = home( key ); used_[ slot ]; slot = next( slot ) ) {
+      for ( std::size_t slot = home( key ); used( slot ); slot = next( slot ) ) {
          if ( Eq()( slots_[ slot ].first, key ) ) {
             return slot;
          }
@@ -186,7 +208,7 @@ class FlatHashMap {
       std::size_t slot = gap;
       for ( ;; ) {
          slot = next( slot );
-         if ( !used_[ slot ] ) {
+         if ( !used( slot ) ) {
             break;
          }
          if ( !staysBehindGap( gap, slot, home( slots_[ slot ].first ) ) ) {
@@ -195,37 +217,41 @@ class FlatHashMap {
          }
       }
       slots_[ gap ] = value_type();
-      used_[ gap ] = 0;
+      if constexpr ( !DefaultKeyIsFree ) {
+         used_[ gap ] = 0;
+      }
       --size_;
    }
 
    // At most three quarters full, so probe runs stay short.
    void growFor( std::size_t count ) {
-      if ( count * 4 <= used_.size() * 3 ) {
+      if ( count * 4 <= slots_.size() * 3 ) {
          return;
       }
-      std::size_t capacity = std::max< std::size_t >( 8, used_.size() );
+      std::size_t capacity = std::max< std::size_t >( 8, slots_.size() );
       while ( count * 4 > capacity * 3 ) {
          capacity *= 2;
       }
       std::vector< value_type > oldSlots( capacity );
-      std::vector< std::uint8_t > oldUsed( capacity, 0 );
+      std::vector< std::uint8_t > oldUsed( DefaultKeyIsFree ? 0 : capacity, 0 );
       oldSlots.swap( slots_ );
       oldUsed.swap( used_ );
       shift_ = 64 - std::countr_zero( capacity );
-      for ( std::size_t i = 0; i < oldUsed.size(); ++i ) {
-         if ( oldUsed[ i ] ) {
+      for ( std::size_t i = 0; i < oldSlots.size(); ++i ) {
+         const bool wasUsed = DefaultKeyIsFree ? !Eq()( oldSlots[ i ].first, K() ) : oldUsed[ i ] != 0;
+         if ( wasUsed ) {
             std::size_t slot = home( oldSlots[ i ].first );
-            while ( used_[ slot ] ) {
+            while ( used( slot ) ) {
                slot = next( slot );
             }
             slots_[ slot ] = std::move( oldSlots[ i ] );
-            used_[ slot ] = 1;
+            markUsed( slot );
          }
       }
    }
 
    std::vector< value_type > slots_;
+   // Empty with DefaultKeyIsFree.
    std::vector< std::uint8_t > used_;
    std::size_t size_ = 0;
    unsigned shift_ = 64;

@@ -97,13 +97,15 @@ struct CrowdingHash {
    std::size_t operator()( unsigned key ) const noexcept { return key % 3; }
 };
 
-template< class Hash >
+// Keys run from 1 where the default key marks the free slots.
+template< class Hash, bool DefaultKeyIsFree = false >
 void checkFlatHashMapAgainstMap( unsigned seed, unsigned keyRange ) {
    std::mt19937 random( seed );
-   Vel::FlatHashMap< unsigned, std::string, Hash > flat;
+   Vel::FlatHashMap< unsigned, std::string, Hash, std::equal_to< unsigned >, DefaultKeyIsFree > flat;
    std::unordered_map< unsigned, std::string > model;
+   const unsigned first = DefaultKeyIsFree ? 1 : 0;
    for ( unsigned op = 0; op < 4000; ++op ) {
-      const unsigned key = random() % keyRange;
+      const unsigned key = first + random() % keyRange;
       switch ( random() % 4 ) {
       case 0:
       case 1:
@@ -127,7 +129,7 @@ void checkFlatHashMapAgainstMap( unsigned seed, unsigned keyRange ) {
       ASSERT_EQ( flat.size(), model.size() ) << "seed " << seed << " op " << op;
       // Every key is found where the model has it, and the walk visits each
       // element once.
-      for ( unsigned k = 0; k < keyRange; ++k ) {
+      for ( unsigned k = first; k < first + keyRange; ++k ) {
          auto it = flat.find( k );
          auto expected = model.find( k );
          ASSERT_EQ( it != flat.end(), expected != model.end() ) << "key " << k << " op " << op;
@@ -147,6 +149,8 @@ TEST( SmallContainers, FlatHashMapBehavesAsAHashMapThroughCollisionsAndGrowth ) 
    for ( unsigned seed = 1; seed <= 3; ++seed ) {
       checkFlatHashMapAgainstMap< std::hash< unsigned > >( seed, 200 );
       checkFlatHashMapAgainstMap< CrowdingHash >( seed, 40 );
+      checkFlatHashMapAgainstMap< std::hash< unsigned >, true >( seed, 200 );
+      checkFlatHashMapAgainstMap< CrowdingHash, true >( seed, 40 );
    }
    Vel::FlatHashMap< unsigned, int > a;
    Vel::FlatHashMap< unsigned, int > b;
