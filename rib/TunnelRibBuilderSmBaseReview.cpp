@@ -158,7 +158,7 @@ void TunnelRibBuilderSmBase::adoptCandidate( TunnelId tunnelId, const ColoredTun
    if ( !entry || !doesEntryContribute( *tunnelTableEntryFilter_, entry ) ) {
       return;
    }
-   tunnelIdToTepSet_.try_emplace( tunnelId, tunnelId ).first->second.tepSetIs().coloredTepIs( tep );
+   tunnelIdToTepSet_.try_emplace( tunnelId ).first->second.tepSetIs().coloredTepIs( tep );
    TunnelTableEntry candidate = entry.entry();
    candidate.tunnelIdIs( tunnelId );
    candidate.prefIs( getPreference( entry.entry() ) );

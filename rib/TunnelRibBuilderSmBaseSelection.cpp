@@ -192,7 +192,7 @@ void TunnelRibBuilderSmBase::doUpdateLocalCollectionsAndTunnelRib(
             }
          }
       }
-      tunnelIdToTepSet_.try_emplace( tunnelId, tunnelId ).first->second.tepSetIs().coloredTepIs( tep );
+      tunnelIdToTepSet_.try_emplace( tunnelId ).first->second.tepSetIs().coloredTepIs( tep );
       if ( !doUpdateProtoTunnelRibColl( tep, tunnelId, tunnelId.tunnelType(), true ) ) {
          return;
       }

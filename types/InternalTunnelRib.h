@@ -26,7 +26,7 @@ class InternalTunnelRib : public Vel::PtrInterface {
    bool entryHas( const ColoredTunnelEndpoint & tep ) const { return entry_.contains( tep ); }
    // The endpoint's candidates; an empty set for a new endpoint.
    TunnelTableOrderedEntry & entryIs( const ColoredTunnelEndpoint & tep ) {
-      return entry_.try_emplace( tep, tep ).first->second;
+      return entry_.try_emplace( tep ).first->second;
    }
    void entryDel( const ColoredTunnelEndpoint & tep ) { entry_.erase( tep ); }
    void entryDelAll() { entry_.clear(); }

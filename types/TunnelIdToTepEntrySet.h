@@ -1,7 +1,6 @@
 #pragma once
 
 #include "types/ColoredTunnelEndpointSet.h"
-#include "types/TunnelId.h"
 
 namespace Tunnel::TunnelTable {
 
@@ -10,9 +9,6 @@ namespace Tunnel::TunnelTable {
 class TunnelIdToTepEntrySet {
  public:
    TunnelIdToTepEntrySet() = default;
-   explicit TunnelIdToTepEntrySet( TunnelId tunnelId ) : tunnelId_( tunnelId ) {}
-
-   TunnelId tunnelId() const noexcept { return tunnelId_; }
 
    // Null until tepSetIs().
    const ColoredTunnelEndpointSet * tepSet() const noexcept { return made_ ? &tepSet_ : nullptr; }
@@ -28,7 +24,6 @@ class TunnelIdToTepEntrySet {
    }
 
  private:
-   TunnelId tunnelId_;
    ColoredTunnelEndpointSet tepSet_;
    bool made_ = false;
 };

@@ -4,22 +4,17 @@
 #include <functional>
 
 #include "platform/vel/FlatMap.h"
-#include "types/ColoredTunnelEndpoint.h"
 #include "types/TunnelTableEntry.h"
 
 namespace Tunnel::TunnelTable {
 
-// The candidate tunnels of one endpoint, the key, kept in candidate order:
-// the first is the best. A plain value held in place by the internal RIB;
-// an endpoint's two or so candidates sit inside it.
+// The candidate tunnels of one endpoint, kept in candidate order: the first
+// is the best. A plain value held in place by the internal RIB under the
+// endpoint; an endpoint's two or so candidates sit inside it.
 class TunnelTableOrderedEntry {
  public:
    using Coll = Vel::FlatMap< TunnelTableEntry, bool, std::less< TunnelTableEntry >, 2 >;
 
-   explicit TunnelTableOrderedEntry( const ColoredTunnelEndpoint & coloredTep )
-         : coloredTep_( coloredTep ) {}
-
-   const ColoredTunnelEndpoint & coloredTep() const noexcept { return coloredTep_; }
 
    const Coll & entry() const noexcept { return entry_; }
    bool entryHas( const TunnelTableEntry & candidate ) const {
@@ -37,7 +32,6 @@ class TunnelTableOrderedEntry {
    bool empty() const noexcept { return entry_.empty(); }
 
  private:
-   ColoredTunnelEndpoint coloredTep_;
    Coll entry_;
 };
 
