@@ -238,7 +238,8 @@ class FlatHashMap {
       oldUsed.swap( used_ );
       shift_ = 64 - std::countr_zero( capacity );
       for ( std::size_t i = 0; i < oldSlots.size(); ++i ) {
-         const bool wasUsed = DefaultKeyIsFree ? !Eq()( oldSlots[ i ].first, K() ) : oldUsed[ i ] != 0;
+         const bool wasUsed =
+            DefaultKeyIsFree ? !Eq()( oldSlots[ i ].first, K() ) : oldUsed[ i ] != 0;
          if ( wasUsed ) {
             std::size_t slot = home( oldSlots[ i ].first );
             while ( used( slot ) ) {

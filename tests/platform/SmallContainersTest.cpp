@@ -101,7 +101,8 @@ struct CrowdingHash {
 template< class Hash, bool DefaultKeyIsFree = false >
 void checkFlatHashMapAgainstMap( unsigned seed, unsigned keyRange ) {
    std::mt19937 random( seed );
-   Vel::FlatHashMap< unsigned, std::string, Hash, std::equal_to< unsigned >, DefaultKeyIsFree > flat;
+   Vel::FlatHashMap< unsigned, std::string, Hash, std::equal_to< unsigned >, DefaultKeyIsFree >
+      flat;
    std::unordered_map< unsigned, std::string > model;
    const unsigned first = DefaultKeyIsFree ? 1 : 0;
    for ( unsigned op = 0; op < 4000; ++op ) {
