@@ -39,7 +39,8 @@ void TunnelRibBuilderSmBase::warmUpReview( TunnelId tunnelId, std::size_t step )
          }
          const auto & entries = table->entry().map();
          if ( step < 2 ) {
-            entries.prefetch( tunnelId, step == 0 ? Vel::IndexLoad::slot : Vel::IndexLoad::element );
+            entries.prefetch( tunnelId,
+                              step == 0 ? Vel::IndexLoad::slot : Vel::IndexLoad::element );
             return;
          }
          const auto * found = entries.findValue( tunnelId );
@@ -53,11 +54,12 @@ void TunnelRibBuilderSmBase::warmUpReview( TunnelId tunnelId, std::size_t step )
          const Vel::IndexLoad load = step == 2 ? Vel::IndexLoad::slot : Vel::IndexLoad::element;
          internalTunnelRib_->entry().prefetch( tep, load );
          tunnelRib_->prefetchEntry( tep, load );
-         if ( protoTunnelRibColl_ ) {
-            if ( const auto proto = protoTunnelRibColl_->protocolTunnelRib( tunnelId.tunnelType() ) ) {
-               if ( const auto & rib = proto->tunnelRib() ) {
-                  rib->prefetchEntry( tep, load );
-               }
+         if ( !protoTunnelRibColl_ ) {
+            return;
+         }
+         if ( const auto proto = protoTunnelRibColl_->protocolTunnelRib( tunnelId.tunnelType() ) ) {
+            if ( const auto & rib = proto->tunnelRib() ) {
+               rib->prefetchEntry( tep, load );
             }
          }
       } );
