@@ -33,13 +33,15 @@ enum class IndexLoad { slot, element };
 // key misses the caches at every level. Each element lives in a block of its
 // own, from the map's pool, and stays where it is until erased. A hash index
 // finds it by key: a probe of a flat array of tags, each beside its element's
-// address, then the element. The order is kept by a B+ tree of keys and
-// element pointers, sixteen to a node.
+// address, then the element. The order is kept by a B+ tree, sixteen to a
+// node: its leaves hold element pointers alone (a leaf reads its keys from
+// the elements, which hold them anyway), the inner nodes copies of keys.
 //
 // The tree learns of new keys only when the order is next read: a walk, a
 // bound, or find. Until then they wait in a list, and are then sorted and
 // put in from left to right, so that a table loaded in any order reads each
-// leaf from memory once, not once a key from the top down.
+// leaf from memory once, not once a key from the top down. Into an empty
+// tree they go as full nodes built level by level.
 //
 // Unlike a node-based map, an insertion or erasure moves its neighbours
 // within their leaf, so it invalidates iterators (never element references);
@@ -66,7 +68,6 @@ class IndexedMap {
    };
 
    struct Leaf {
-      K keys[ fanout ];
       Element * values[ fanout ];
       unsigned count = 0;
       Leaf * prev = nullptr;
@@ -348,11 +349,7 @@ class IndexedMap {
          return Iterator< false >( this, nullptr, 0 );
       }
       Leaf * leaf = descend( key, false );
-      const K * keys = leaf->keys;
-      const unsigned pos =
-         unsigned( ( Upper ? std::upper_bound( keys, keys + leaf->count, key, Less() )
-                           : std::lower_bound( keys, keys + leaf->count, key, Less() ) ) -
-                   keys );
+      const unsigned pos = Upper ? upperBound( *leaf, key ) : lowerBound( *leaf, key );
       if ( pos == leaf->count ) {
          return Iterator< false >( this, leaf->next, 0 );
       }
@@ -386,15 +383,13 @@ class IndexedMap {
    void link( const K & key, Element * element, Spare & spare ) noexcept {
       if ( !spare.target ) {
          Leaf * leaf = spare.leaf.release();
-         leaf->keys[ 0 ] = key;
          leaf->values[ 0 ] = element;
          leaf->count = 1;
          root_ = first_ = last_ = leaf;
          return;
       }
       Leaf * leaf = spare.target;
-      const unsigned pos = unsigned(
-         std::lower_bound( leaf->keys, leaf->keys + leaf->count, key, Less() ) - leaf->keys );
+      const unsigned pos = lowerBound( *leaf, key );
       if ( leaf->count < fanout ) {
          insertAt( *leaf, pos, key, element );
          return;
@@ -417,7 +412,7 @@ class IndexedMap {
             insertAt( *right, pos - half, key, element );
          }
       }
-      K separator = right->keys[ 0 ];
+      K separator = keyAt( *right, 0 );
       void * newChild = right;
       auto spareInner = spare.inners.begin();
       for ( unsigned level = height_; level > 0; --level ) {
@@ -453,10 +448,9 @@ class IndexedMap {
    // Takes the element out of its leaf, and the leaf out of the tree once
    // empty.
    void unlink( const Element & element ) noexcept {
-      const K & key = element.value.first;
-      Leaf * leaf = descend( key, true );
-      unsigned pos = unsigned(
-         std::lower_bound( leaf->keys, leaf->keys + leaf->count, key, Less() ) - leaf->keys );
+      Leaf * leaf = descend( element.value.first, true );
+      const unsigned pos =
+         unsigned( std::find( leaf->values, leaf->values + leaf->count, &element ) - leaf->values );
       removeAt( *leaf, pos );
       if ( leaf->count > 0 ) {
          return;
@@ -488,20 +482,42 @@ class IndexedMap {
       }
    }
 
+   static const K & keyAt( const Leaf & leaf, unsigned pos ) noexcept {
+      return leaf.values[ pos ]->value.first;
+   }
+   // Searches within a leaf read the elements' keys.
+   static unsigned lowerBound( const Leaf & leaf, const K & key ) {
+      const auto before = [ & ]( const Element * e ) { return Less()( e->value.first, key ); };
+      return unsigned( std::partition_point( leaf.values, leaf.values + leaf.count, before ) -
+                       leaf.values );
+   }
+   static unsigned upperBound( const Leaf & leaf, const K & key ) {
+      const auto notAfter = [ & ]( const Element * e ) { return !Less()( key, e->value.first ); };
+      return unsigned( std::partition_point( leaf.values, leaf.values + leaf.count, notAfter ) -
+                       leaf.values );
+   }
+
+   // Inner nodes move their keys beside their children; leaves have none.
    template< class Node, class Item >
    static void insertAt( Node & node, unsigned pos, const K & key, Item item ) noexcept {
       for ( unsigned i = node.count; i > pos; --i ) {
-         node.keys[ i ] = node.keys[ i - 1 ];
+         if constexpr ( std::is_same_v< Node, Inner > ) {
+            node.keys[ i ] = node.keys[ i - 1 ];
+         }
          items( node )[ i ] = items( node )[ i - 1 ];
       }
-      node.keys[ pos ] = key;
+      if constexpr ( std::is_same_v< Node, Inner > ) {
+         node.keys[ pos ] = key;
+      }
       items( node )[ pos ] = item;
       ++node.count;
    }
    template< class Node >
    static void removeAt( Node & node, unsigned pos ) noexcept {
       for ( unsigned i = pos + 1; i < node.count; ++i ) {
-         node.keys[ i - 1 ] = node.keys[ i ];
+         if constexpr ( std::is_same_v< Node, Inner > ) {
+            node.keys[ i - 1 ] = node.keys[ i ];
+         }
          items( node )[ i - 1 ] = items( node )[ i ];
       }
       --node.count;
@@ -509,7 +525,9 @@ class IndexedMap {
    template< class Node >
    static void moveUpperHalf( Node & from, Node & to ) noexcept {
       for ( unsigned i = half; i < fanout; ++i ) {
-         to.keys[ i - half ] = from.keys[ i ];
+         if constexpr ( std::is_same_v< Node, Inner > ) {
+            to.keys[ i - half ] = from.keys[ i ];
+         }
          items( to )[ i - half ] = items( from )[ i ];
       }
       from.count = half;
@@ -552,26 +570,96 @@ class IndexedMap {
       }
       std::sort( sorted.begin(), sorted.end(),
                  []( const auto & a, const auto & b ) { return Less()( a.first, b.first ); } );
-      std::size_t done = 0;
-      try {
-         for ( ; done < sorted.size(); ++done ) {
-            Spare spare = spareNodesFor( sorted[ done ].first );
-            link( sorted[ done ].first, sorted[ done ].second, spare );
+      if ( !root_ ) {
+         try {
+            build( sorted );
+         } catch ( ... ) {
+            for ( std::size_t i = 0; i < pending_.size(); ++i ) {
+               pending_[ i ]->pendingAt = i + 1;
+            }
+            throw;
          }
-      } catch ( ... ) {
-         // Those not in the tree wait on; pending_ has room for them all.
-         pending_.clear();
-         for ( std::size_t i = done; i < sorted.size(); ++i ) {
-            pending_.push_back( sorted[ i ].second );
-            sorted[ i ].second->pendingAt = pending_.size();
+      } else {
+         std::size_t done = 0;
+         try {
+            for ( ; done < sorted.size(); ++done ) {
+               Spare spare = spareNodesFor( sorted[ done ].first );
+               link( sorted[ done ].first, sorted[ done ].second, spare );
+            }
+         } catch ( ... ) {
+            // Those not in the tree wait on; pending_ has room for them all.
+            pending_.clear();
+            for ( std::size_t i = done; i < sorted.size(); ++i ) {
+               pending_.push_back( sorted[ i ].second );
+               sorted[ i ].second->pendingAt = pending_.size();
+            }
+            throw;
          }
-         throw;
       }
       // A cold start's list goes back; a change's few stay for the next.
       if ( pending_.capacity() > 1024 ) {
          std::vector< Element * >().swap( pending_ );
       } else {
          pending_.clear();
+      }
+   }
+
+   // Fills an empty tree with the sorted elements: full leaves from left to
+   // right, then each inner level over the one below. Every node is made
+   // before any is linked, so that a failure leaves the tree empty.
+   void build( const std::vector< std::pair< K, Element * > > & sorted ) {
+      std::vector< std::unique_ptr< Leaf > > leaves( ( sorted.size() + fanout - 1 ) / fanout );
+      for ( auto & leaf : leaves ) {
+         leaf = std::make_unique< Leaf >();
+      }
+      std::vector< std::vector< std::unique_ptr< Inner > > > levels;
+      for ( std::size_t below = leaves.size(); below > 1; below = levels.back().size() ) {
+         levels.emplace_back( ( below + fanout - 1 ) / fanout );
+         for ( auto & inner : levels.back() ) {
+            inner = std::make_unique< Inner >();
+         }
+      }
+      path_.resize( levels.size() );
+
+      Leaf * previous = nullptr;
+      for ( std::size_t i = 0; i < leaves.size(); ++i ) {
+         Leaf & leaf = *leaves[ i ];
+         const std::size_t from = i * fanout;
+         leaf.count = unsigned( std::min< std::size_t >( fanout, sorted.size() - from ) );
+         for ( unsigned k = 0; k < leaf.count; ++k ) {
+            leaf.values[ k ] = sorted[ from + k ].second;
+         }
+         leaf.prev = previous;
+         ( previous ? previous->next : first_ ) = &leaf;
+         previous = &leaf;
+      }
+      last_ = previous;
+      // The elements under one node of the level below.
+      std::size_t childSpan = fanout;
+      for ( std::size_t level = 0; level < levels.size(); ++level ) {
+         const std::size_t children = level == 0 ? leaves.size() : levels[ level - 1 ].size();
+         for ( std::size_t i = 0; i < levels[ level ].size(); ++i ) {
+            Inner & inner = *levels[ level ][ i ];
+            inner.count = unsigned( std::min< std::size_t >( fanout, children - i * fanout ) );
+            for ( unsigned c = 0; c < inner.count; ++c ) {
+               const std::size_t child = i * fanout + c;
+               inner.children[ c ] = level == 0 ? static_cast< void * >( leaves[ child ].get() )
+                                                : levels[ level - 1 ][ child ].get();
+               inner.keys[ c ] = sorted[ child * childSpan ].first;
+            }
+         }
+         childSpan *= fanout;
+      }
+      root_ = levels.empty() ? static_cast< void * >( leaves.front().get() )
+                             : levels.back().front().get();
+      height_ = unsigned( levels.size() );
+      for ( auto & leaf : leaves ) {
+         leaf.release();
+      }
+      for ( auto & level : levels ) {
+         for ( auto & inner : level ) {
+            inner.release();
+         }
       }
    }
 
