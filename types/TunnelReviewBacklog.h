@@ -4,74 +4,117 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <unordered_set>
 
-#include "platform/vel/NodePool.h"
+#include "platform/vel/ChainedHashSet.h"
 #include "types/TunnelId.h"
 
 namespace Tunnel::TunnelTable {
 
-// The tunnel ids awaiting review, each once, in the hash set's own order:
-// the hash and the order of insertion fix the order of review. It counts the
-// changes that may move or invalidate what lies ahead of an iterator, so
-// that a lookahead knows when to start over.
+// The tunnel ids awaiting review, each once, in the order of the standard
+// hash set under the id's own hash: the hash and the history of insertions
+// fix the order of review. An insertion waits in a short queue while its
+// bucket and nodes are loaded, and joins the set before anything reads it,
+// so that a full pass queueing every id does not wait on each in turn. It
+// counts the changes that may move or invalidate what lies ahead of an
+// iterator, so that a lookahead knows when to start over.
 class TunnelReviewBacklog {
  public:
-   using Set = std::unordered_set< TunnelId, std::hash< TunnelId >, std::equal_to< TunnelId >,
-                                   Vel::PoolAllocator< TunnelId > >;
+   using Set = Vel::ChainedHashSet< TunnelId, std::hash< TunnelId > >;
    using const_iterator = Set::const_iterator;
 
-   // Whether the id is new.
-   bool insert( TunnelId id ) {
-      const std::size_t buckets = set_.bucket_count();
-      const bool added = set_.insert( id ).second;
-      // An insertion leaves every iterator valid unless it rehashes.
-      changes_ += set_.bucket_count() != buckets;
-      return added;
+   void insert( TunnelId id ) {
+      if ( queued_ == queue_.size() ) {
+         settleOne();
+      }
+      const std::uint32_t hash = Set::hashOf( id );
+      queue_[ ( first_ + queued_ ) % queue_.size() ] = { id, hash };
+      ++queued_;
+      set_.prefetch( hash, 0 );
+      for ( unsigned step = 1; step < 3; ++step ) {
+         const std::size_t waited = step * stepDistance;
+         if ( queued_ > waited ) {
+            set_.prefetch( queue_[ ( first_ + queued_ - 1 - waited ) % queue_.size() ].hash, step );
+         }
+      }
    }
    std::size_t erase( TunnelId id ) {
+      settle();
       const std::size_t erased = set_.erase( id );
       changes_ += erased;
       trimIfEmpty();
       return erased;
    }
    const_iterator erase( const_iterator at ) {
+      settle();
       ++changes_;
       const const_iterator next = set_.erase( at );
       trimIfEmpty();
       return next;
    }
    void clear() {
+      settle();
       changes_ += !set_.empty();
       set_.clear();
       trimIfEmpty();
    }
 
-   bool contains( TunnelId id ) const { return set_.count( id ) != 0; }
-   std::size_t size() const noexcept { return set_.size(); }
-   bool empty() const noexcept { return set_.empty(); }
-   const_iterator begin() const noexcept { return set_.begin(); }
-   const_iterator end() const noexcept { return set_.end(); }
-   const_iterator find( TunnelId id ) const { return set_.find( id ); }
-   // Changes when an insertion rehashes the set, which invalidates iterators.
-   std::size_t bucket_count() const noexcept { return set_.bucket_count(); }
-   std::uint64_t changes() const noexcept { return changes_; }
+   bool contains( TunnelId id ) const { return settled().contains( id ); }
+   std::size_t size() const { return settled().size(); }
+   bool empty() const { return settled().empty(); }
+   const_iterator begin() const { return settled().begin(); }
+   const_iterator end() const { return set_.end(); }
+   const_iterator find( TunnelId id ) const { return settled().find( id ); }
+   // Changes when an insertion rehashes the set, which reorders what lies
+   // ahead of an iterator.
+   std::size_t bucket_count() const { return settled().bucket_count(); }
+   std::uint64_t changes() const {
+      settle();
+      return changes_;
+   }
 
  private:
+   struct Queued {
+      TunnelId id;
+      std::uint32_t hash;
+   };
+   // The queue's loads: the bucket on arrival, the nodes stepDistance and
+   // twice that many insertions later; the id goes in after a full queue.
+   static constexpr std::size_t stepDistance = 5;
+
+   // Reading the set is logically const: the queue is part of its value.
+   void settle() const {
+      while ( queued_ > 0 ) {
+         const_cast< TunnelReviewBacklog * >( this )->settleOne();
+      }
+   }
+   const Set & settled() const {
+      settle();
+      return set_;
+   }
+   void settleOne() {
+      const Queued & next = queue_[ first_ ];
+      const std::size_t buckets = set_.bucket_count();
+      set_.insert( next.id, next.hash );
+      // An insertion leaves every iterator where it was unless it rehashes.
+      changes_ += set_.bucket_count() != buckets;
+      first_ = ( first_ + 1 ) % queue_.size();
+      --queued_;
+   }
+
    // A cold start's nodes go back once they are all reviewed, for the
    // structures the reviews build; a change's few stay for the next. The
    // buckets stay: their count is part of the order of review.
-   void trimIfEmpty() noexcept {
-      if ( set_.empty() && pool_.capacity() > keptNodes ) {
-         pool_.release();
+   void trimIfEmpty() {
+      if ( set_.empty() && set_.nodeCapacity() > keptNodes ) {
+         set_.releaseNodes();
       }
    }
    static constexpr std::size_t keptNodes = 1024;
 
-   // Before the set, which gives its nodes back to it.
-   Vel::NodePool pool_;
-   Set set_{ 0, std::hash< TunnelId >(), std::equal_to< TunnelId >(),
-             Vel::PoolAllocator< TunnelId >( &pool_ ) };
+   Set set_;
+   std::array< Queued, 3 * stepDistance + 1 > queue_{};
+   std::size_t first_ = 0;
+   std::size_t queued_ = 0;
    std::uint64_t changes_ = 0;
 };
 

@@ -8,9 +8,11 @@
 #include <random>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "platform/korvo/IpGenAddr.h"
+#include "platform/vel/ChainedHashSet.h"
 #include "platform/vel/FlatHashMap.h"
 #include "platform/vel/FlatMap.h"
 #include "platform/vel/IndexedMap.h"
@@ -270,6 +272,63 @@ void checkIndexedMapAgainstModel( unsigned seed, unsigned keyRange ) {
 TEST( SmallContainers, IndexedMapMatchesAnOrderedMap ) {
    checkIndexedMapAgainstModel< unsigned, CrowdingHash >( 7, 400 );
    checkIndexedMapAgainstModel< unsigned, SpreadHash >( 8, 5000 );
+}
+
+// A spread of the key's bits over 32, as a tunnel id's hash gives.
+struct ThirtyTwoBitHash {
+   std::size_t operator()( unsigned key ) const noexcept {
+      return std::uint32_t( key * 2654435761u );
+   }
+};
+
+// The chained set walks its keys in the standard set's order through
+// growth, erasures by key and at an iterator (the successor they return
+// included), and clears that keep the bucket count.
+template< class Hash >
+void checkChainedHashSetAgainstStandard( unsigned seed, unsigned keyRange ) {
+   std::mt19937 random( seed );
+   std::unordered_set< unsigned, Hash > standard;
+   Vel::ChainedHashSet< unsigned, Hash > chained;
+   for ( unsigned op = 0; op < 20000; ++op ) {
+      const unsigned key = unsigned( random() % keyRange );
+      switch ( random() % 10 ) {
+      case 0:
+      case 1:
+         ASSERT_EQ( chained.erase( key ), standard.erase( key ) );
+         break;
+      case 2: {
+         const auto at = standard.find( key );
+         if ( at != standard.end() ) {
+            const auto next = standard.erase( at );
+            const auto chainedNext = chained.erase( chained.find( key ) );
+            ASSERT_EQ( next == standard.end(), chainedNext == chained.end() ) << "op " << op;
+            if ( next != standard.end() ) {
+               ASSERT_EQ( *next, *chainedNext ) << "op " << op;
+            }
+         }
+         break;
+      }
+      default:
+         ASSERT_EQ( chained.insert( key ), standard.insert( key ).second );
+      }
+      if ( op % 5000 == 4999 ) {
+         chained.clear();
+         standard.clear();
+      }
+      ASSERT_EQ( chained.size(), standard.size() );
+      ASSERT_EQ( chained.bucket_count(), standard.bucket_count() );
+      ASSERT_EQ( chained.contains( key ), standard.contains( key ) );
+      if ( op % 8 == 0 ) {
+         ASSERT_TRUE(
+            std::equal( chained.begin(), chained.end(), standard.begin(), standard.end() ) )
+            << "op " << op;
+      }
+   }
+}
+
+TEST( SmallContainers, ChainedHashSetWalksAsTheStandardSet ) {
+   checkChainedHashSetAgainstStandard< CrowdingHash >( 3, 300 );
+   checkChainedHashSetAgainstStandard< ThirtyTwoBitHash >( 4, 3000 );
 }
 
 // A copy of a pooled container allocates on its own, so it outlives the pool.

@@ -109,9 +109,12 @@ TEST( TunnelReviewLookahead, FollowsTheBacklogThroughChanges ) {
       const TunnelId reviewed = *current;
       const std::size_t buckets = backlog.bucket_count();
       switch ( random() % 8 ) {
-      case 0:
-         queued += backlog.insert( ldp( random() % 400 ) );
+      case 0: {
+         const TunnelId id = ldp( random() % 400 );
+         queued += !backlog.contains( id );
+         backlog.insert( id );
          break;
+      }
       case 1:
          // Withdraws an id ahead, perhaps the very next one.
          if ( next.size() > 1 ) {
@@ -121,7 +124,8 @@ TEST( TunnelReviewLookahead, FollowsTheBacklogThroughChanges ) {
       case 2:
          // A burst that rehashes the set.
          for ( unsigned i = 0; i < 50; ++i ) {
-            queued += backlog.insert( ldp( 400 + random() % 4000 ) );
+            backlog.insert( ldp( 400 + random() % 4000 ) );
+            ++queued;
          }
          break;
       default:
