@@ -73,7 +73,9 @@ class Collection {
             if constexpr ( requires( const Map & m ) { m.keyChanges(); } ) {
                // A step that changed no key leaves the iterator valid.
                const auto before = map_.keyChanges();
+               map_.walkHintIs( it );
                f( key );
+               map_.walkHintDel();
                if ( map_.keyChanges() == before ) {
                   ++it;
                   continue;

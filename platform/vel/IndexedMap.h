@@ -132,6 +132,7 @@ class IndexedMap {
       }
 
     private:
+      friend class IndexedMap;
       const IndexedMap * map_ = nullptr;
       // Null at the end.
       Leaf * leaf_ = nullptr;
@@ -191,6 +192,12 @@ class IndexedMap {
       return found ? &found->value.second : nullptr;
    }
    bool contains( const K & key ) const { return lookup( key, tagOf( key ) ) != nullptr; }
+   // The element a walk of the map stands on, or null: the walk's callback
+   // mostly looks up that very key, which then needs no probe of the index.
+   void walkHintIs( const_iterator at ) const noexcept {
+      walkHint_ = at.leaf_ ? at.leaf_->values[ at.pos_ ] : nullptr;
+   }
+   void walkHintDel() const noexcept { walkHint_ = nullptr; }
    // Starts loading what a lookup of the key reads: its slot, or, a while
    // later with the slot at hand, the element whose tag it meets. A hint: an
    // absent key costs the load and nothing else.
@@ -249,6 +256,9 @@ class IndexedMap {
          return 0;
       }
       Element * element = slots_[ slot ].element();
+      if ( element == walkHint_ ) {
+         walkHint_ = nullptr;
+      }
       removeSlot( slot );
       if ( element->pendingAt ) {
          dropPending( *element );
@@ -266,6 +276,7 @@ class IndexedMap {
    }
 
    void clear() noexcept {
+      walkHint_ = nullptr;
       for ( Element * element : pending_ ) {
          dropElement( element );
       }
@@ -716,6 +727,9 @@ class IndexedMap {
       return npos;
    }
    Element * lookup( const K & key, std::uint32_t tag ) const {
+      if ( walkHint_ && walkHint_->value.first == key ) {
+         return walkHint_;
+      }
       const std::size_t slot = slotOf( key, tag );
       return slot == npos ? nullptr : slots_[ slot ].element();
    }
@@ -770,6 +784,7 @@ class IndexedMap {
    std::vector< Slot > slots_;
    // Elements the tree does not hold yet, in the order they came.
    std::vector< Element * > pending_;
+   mutable Element * walkHint_ = nullptr;
 };
 
 } // namespace Vel

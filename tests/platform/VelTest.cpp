@@ -104,7 +104,11 @@ TEST( VelCollection, NotifiesKeysAndWalksWhileDeleting ) {
       }
       if ( k == 20 ) {
          indexed.del( 20 );
+         // The walk's own key, looked up once gone, and another's.
+         EXPECT_FALSE( indexed.has( 20 ) );
+         EXPECT_EQ( indexed.get( 22 ), 22 );
       }
+      EXPECT_EQ( indexed.has( k ), k != 20 );
    } );
    std::vector< int > expected;
    for ( int i = 0; i < 100; i += 2 ) {
