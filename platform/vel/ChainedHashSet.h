@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
@@ -246,21 +247,43 @@ class ChainedHashSet {
 
    // The standard set's relinking: each node in list order goes to the front
    // of its new bucket's group, or, first of its group, to the front of the
-   // list.
+   // list. The walk runs a few nodes ahead of the relinking, so that each
+   // node's new bucket is loading while the nodes before it are relinked;
+   // relinking touches only nodes already relinked, never those ahead.
    void rehash( std::size_t count ) {
       std::vector< std::uint32_t > buckets( count, npos );
-      std::uint32_t node = nodes_[ beforeBegin ].next();
+      struct Walked {
+         std::uint32_t node;
+         std::size_t bucket;
+      };
+      std::array< Walked, 8 > ahead;
+      std::size_t first = 0;
+      std::size_t walked = 0;
+      std::uint32_t walk = nodes_[ beforeBegin ].next();
+      const auto step = [ & ] {
+         const std::size_t bucket = nodes_[ walk ].hash % count;
+         __builtin_prefetch( &buckets[ bucket ] );
+         ahead[ ( first + walked++ ) % ahead.size() ] = { walk, bucket };
+         walk = nodes_[ walk ].next();
+      };
+      while ( walk != npos && walked < ahead.size() ) {
+         step();
+      }
       nodes_[ beforeBegin ].link = npos;
       std::size_t frontBucket = 0;
-      while ( node != npos ) {
-         const std::uint32_t next = nodes_[ node ].next();
-         const std::size_t bucket = nodes_[ node ].hash % count;
+      while ( walked > 0 ) {
+         const auto [ node, bucket ] = ahead[ first ];
+         first = ( first + 1 ) % ahead.size();
+         --walked;
+         if ( walk != npos ) {
+            step();
+         }
          if ( buckets[ bucket ] == npos ) {
-            const std::uint32_t first = nodes_[ beforeBegin ].next();
-            nodes_[ node ].link = first | lastBit;
+            const std::uint32_t front = nodes_[ beforeBegin ].next();
+            nodes_[ node ].link = front | lastBit;
             nodes_[ beforeBegin ].link = node;
             buckets[ bucket ] = beforeBegin;
-            if ( first != npos ) {
+            if ( front != npos ) {
                buckets[ frontBucket ] = node;
             }
             frontBucket = bucket;
@@ -268,7 +291,6 @@ class ChainedHashSet {
             nodes_[ node ].link = nodes_[ buckets[ bucket ] ].next();
             nodes_[ buckets[ bucket ] ].nextIs( node );
          }
-         node = next;
       }
       buckets_.swap( buckets );
    }
